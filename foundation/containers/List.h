@@ -1,0 +1,527 @@
+#pragma once
+
+#include "foundation/containers/ListSort.h"
+#include "foundation/containers/RefPointer.h"
+#include "foundation/platform/CriticalSection.h"
+
+#include <atomic>
+#include <iterator>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+namespace alidade {
+
+/// The lock of a list and the number of iterators on it.
+class IListLocker {
+public:
+    /// Turns the list's lock on (nothing happens when it is on) or off. Not while others use the list.
+    void EnableLock(bool enable)
+    {
+        if (!enable) {
+            delete std::exchange(m_pListLock, nullptr);
+        } else if (m_pListLock == nullptr) {
+            m_pListLock = new CCriticalSection;
+        }
+    }
+    /// The lock, for a caller that needs several operations to be one step; null without locking.
+    CCriticalSection* GetLock() const { return m_pListLock; }
+    int GetIteratorCount() const { return m_nIterators.load(std::memory_order_relaxed); }
+
+    IListLocker(const IListLocker&) = delete;
+    IListLocker& operator=(const IListLocker&) = delete;
+
+protected:
+    IListLocker() = default;
+    ~IListLocker() { delete m_pListLock; }
+
+private:
+    template <class, class, class, class, class>
+    friend class TDoublyLinkedListIter;
+
+    std::atomic<int> m_nIterators{0};
+    CCriticalSection* m_pListLock = nullptr;
+};
+
+/// A node of a list. The chain is half-circular: `next` of the last node is null, `prev` of the head is the
+/// last node.
+template <class ARG>
+struct TListNode {
+    ARG item;
+    TListNode* prev;
+    TListNode* next;
+};
+
+/// What every list can do.
+///
+/// Index rule of Insert, Remove and Delete: -1, or any index not below the count, is the last position; -2
+/// is the cursor; other values address that position. Each takes the list's lock when there is one.
+template <class T, class ARG, class CONST_ARG, class = int, class = int>
+class IListDefaultData : public IListLocker {
+public:
+    virtual ~IListDefaultData() = default;
+
+    /// Puts `item` behind the indicated position (-1: at the end; -2: behind the cursor; k: at k, so that 0
+    /// is before the head). The cursor then stands on it.
+    /// @return the item's index, or -1 when no memory can be had
+    virtual int Insert(ARG item, int index = -1) = 0;
+    /// Unlinks an item and returns it, or null from an empty list. The cursor stands on the item that
+    /// followed, or on the new last one.
+    virtual ARG Remove(int index = -1) = 0;
+    /// Remove, and an owner destroys the item. 1 when there was one.
+    virtual int Delete(int index = -1) = 0;
+    /// Empties the list; the items of a list of pointers stay alive.
+    virtual void RemoveAll() = 0;
+    /// Empties the list; an owner destroys the items.
+    virtual void DeleteAll() = 0;
+    /// Exchanges the items at two indices (no special values). 0 when one is out of range. The cursor
+    /// stays where it is.
+    virtual int Swap(int a, int b) = 0;
+    /// Reverses the order. The cursor stays on its item.
+    virtual void Reverse() = 0;
+
+    bool IsOwner() const { return m_bOwner; }
+
+protected:
+    explicit IListDefaultData(bool isOwner) : m_bOwner(isOwner) {}
+
+    bool m_bOwner;
+};
+
+/// A cursor on a list. Even a const read moves it, so an iterator without the list's lock belongs to one
+/// thread. Each operation gives null where there is no item.
+template <class T, class ARG, class CONST_ARG, class = int, class = int>
+class IListIter {
+public:
+    using Node = TListNode<ARG>;
+
+    virtual ~IListIter() = default;
+    virtual bool HasNext() const = 0;
+    virtual CONST_ARG First() const = 0;
+    virtual ARG First() = 0;
+    virtual CONST_ARG Last() const = 0;
+    virtual ARG Last() = 0;
+    virtual CONST_ARG Current() const = 0;
+    virtual ARG Current() = 0;
+    /// Past the end, Reset and null. After Reset the index is 0, so the following Next gives item 1.
+    virtual ARG Next() = 0;
+    virtual CONST_ARG Next() const = 0;
+    virtual ARG Previous() = 0;
+    virtual CONST_ARG Previous() const = 0;
+    virtual void Reset() = 0;
+    /// Moves to the index and gives the node; a loop over rising indices is linear in all.
+    virtual const Node* NodeAt(int index) const = 0;
+    virtual Node* NodeAt(int index) = 0;
+    virtual const Node* CurrentNode() const = 0;
+    virtual Node* CurrentNode() = 0;
+};
+
+/// The cursor of a doubly linked list: built into the list, or free-standing beside it. A free-standing
+/// one keeps the item count of the moment when it was made and is not defended against changes of the list.
+template <class T, class ARG, class CONST_ARG, class A = int, class B = int>
+class TDoublyLinkedListIter : public IListIter<T, ARG, CONST_ARG, A, B> {
+public:
+    using Node = TListNode<ARG>;
+
+    TDoublyLinkedListIter(const TDoublyLinkedListIter& other)
+        : m_nCount(other.m_nCount), m_nCursor(other.m_nCursor), m_pLocker(other.m_pLocker),
+          m_pLock(other.m_pLock), m_ppHead(other.m_ppHead), m_pCurrent(other.m_pCurrent)
+    {
+        Attach(1);
+    }
+    TDoublyLinkedListIter& operator=(const TDoublyLinkedListIter&) = delete;
+    ~TDoublyLinkedListIter() override { Attach(-1); }
+
+    int Count() const { return m_nCount; }
+    int GetCursor() const { return m_nCursor; }
+
+    bool HasNext() const override { return m_nCursor >= 0 && m_nCursor < m_nCount - 1; }
+    CONST_ARG First() const override { return ItemAt(0); }
+    ARG First() override { return ItemAt(0); }
+    CONST_ARG Last() const override { return ItemAt(m_nCount - 1); }
+    ARG Last() override { return ItemAt(m_nCount - 1); }
+    CONST_ARG Current() const override { return ItemOf(m_pCurrent); }
+    ARG Current() override { return ItemOf(m_pCurrent); }
+    ARG Next() override { return Step(1); }
+    CONST_ARG Next() const override { return Step(1); }
+    ARG Previous() override { return Step(-1); }
+    CONST_ARG Previous() const override { return Step(-1); }
+    void Reset() override { ResetCursor(); }
+    const Node* NodeAt(int index) const override { return Seek(index); }
+    Node* NodeAt(int index) override { return Seek(index); }
+    const Node* CurrentNode() const override { return m_pCurrent; }
+    Node* CurrentNode() override { return m_pCurrent; }
+
+    /// Index of the first entry identical to `item` behind `index` (below -1 counts as -1), or -1; stored
+    /// in `index` too. The cursor does not move.
+    int Find(CONST_ARG item, int& index) const
+    {
+        CS lock(m_pLock);
+        int at = 0;
+        const int first = index < -1 ? 0 : index + 1;
+        index = -1;
+        for (const Node* node = *m_ppHead; node != nullptr; node = node->next, ++at) {
+            if (at >= first && CONST_ARG(node->item) == item) {
+                return index = at;
+            }
+        }
+        return -1;
+    }
+
+protected:
+    TDoublyLinkedListIter(int count, IListLocker* locker, Node** head)
+        : m_nCount(count), m_pLocker(locker), m_pLock(locker->m_pListLock), m_ppHead(head)
+    {
+        Attach(1);
+    }
+
+    void ResetCursor() const
+    {
+        m_pCurrent = nullptr;
+        m_nCursor = 0;
+    }
+
+    Node* Seek(int index) const
+    {
+        CS lock(m_pLock);
+        Node* head = *m_ppHead;
+        if (index < 0 || index >= m_nCount || head == nullptr) {
+            return nullptr;
+        }
+        if (m_pCurrent == nullptr || index == 0) {
+            m_pCurrent = head;
+            m_nCursor = 0;
+        }
+        if (index == m_nCount - 1 && index != m_nCursor) {
+            m_pCurrent = head->prev;
+            m_nCursor = index;
+        }
+        for (; m_nCursor < index; ++m_nCursor) {
+            m_pCurrent = m_pCurrent->next;
+        }
+        for (; m_nCursor > index; --m_nCursor) {
+            m_pCurrent = m_pCurrent->prev;
+        }
+        return m_pCurrent;
+    }
+
+    static ARG ItemOf(const Node* node) { return node != nullptr ? node->item : ARG(nullptr); }
+    ARG ItemAt(int index) const
+    {
+        CS lock(m_pLock);
+        return ItemOf(Seek(index));
+    }
+    ARG Step(int by) const
+    {
+        CS lock(m_pLock);
+        Node* node = Seek(m_nCursor + by);
+        if (node == nullptr) {
+            ResetCursor();
+        }
+        return ItemOf(node);
+    }
+
+    int m_nCount;
+    mutable int m_nCursor = 0;
+    IListLocker* m_pLocker;
+    CCriticalSection* m_pLock;
+    Node** m_ppHead;
+    mutable Node* m_pCurrent = nullptr;
+
+private:
+    void Attach(int by) { m_pLocker->m_nIterators.fetch_add(by, std::memory_order_relaxed); }
+};
+
+/// A list is its own iterator: it has a built-in cursor.
+template <class T, class ARG, class CONST_ARG, class A, class B, class Iter>
+class IList : public IListDefaultData<T, ARG, CONST_ARG, A, B>, public Iter {
+public:
+    using Node = typename Iter::Node;
+
+    /// Turns the lock on or off, for the list itself; iterators made before keep what they found.
+    void EnableLock(bool enable)
+    {
+        IListLocker::EnableLock(enable);
+        this->m_pLock = this->GetLock();
+    }
+
+protected:
+    IList(bool isOwner, Node** head)
+        : IListDefaultData<T, ARG, CONST_ARG, A, B>(isOwner), Iter(0, static_cast<IListLocker*>(this), head)
+    {
+    }
+};
+
+/// Order of the items that Sort uses; specialise it for a type whose order is not operator<=>.
+template <class T>
+struct TListOrder {
+    static bool Less(const T& a, const T& b) { return a < b; }
+};
+
+/// Forward iterator over the items that leaves the cursor alone, for range-based loops. Take the list's
+/// lock around the loop when others use the list.
+template <class ARG>
+class TListRangeIter {
+public:
+    using iterator_category = std::forward_iterator_tag;
+    using value_type = ARG;
+    using difference_type = std::ptrdiff_t;
+    using pointer = const ARG*;
+    using reference = const ARG&;
+
+    explicit TListRangeIter(const TListNode<ARG>* node = nullptr) : m_pNode(node) {}
+    const ARG& operator*() const { return m_pNode->item; }
+    TListRangeIter& operator++()
+    {
+        m_pNode = m_pNode->next;
+        return *this;
+    }
+    TListRangeIter operator++(int)
+    {
+        TListRangeIter old = *this;
+        ++*this;
+        return old;
+    }
+    bool operator==(const TListRangeIter&) const = default;
+
+private:
+    const TListNode<ARG>* m_pNode;
+};
+
+template <class T, class ARG, class CONST_ARG, class A = int, class B = int>
+class TDoublyLinkedList
+    : public IList<T, ARG, CONST_ARG, A, B, TDoublyLinkedListIter<T, ARG, CONST_ARG, A, B>> {
+public:
+    using Base = IList<T, ARG, CONST_ARG, A, B, TDoublyLinkedListIter<T, ARG, CONST_ARG, A, B>>;
+    using Node = TListNode<ARG>;
+
+    ~TDoublyLinkedList() override { TDoublyLinkedList::DeleteAll(); }
+
+    int Insert(ARG item, int index = -1) override
+    {
+        CS lock(this->m_pLock);
+        const int at = index == -2                                    ? (this->m_nCount > 0 ? this->m_nCursor + 1 : 0)
+                       : index < 0 || index >= this->m_nCount         ? this->m_nCount
+                                                                      : index;
+        Node* node = new (std::nothrow) Node{std::move(item), nullptr, nullptr};
+        if (node == nullptr) {
+            return -1;
+        }
+        Link(node, at);
+        return at;
+    }
+
+    ARG Remove(int index = -1) override
+    {
+        CS lock(this->m_pLock);
+        Node* node = this->Seek(Position(index));
+        if (node == nullptr) {
+            return ARG(nullptr);
+        }
+        Unlink(node);
+        ARG item = std::move(node->item);
+        delete node;
+        return item;
+    }
+
+    int Delete(int index = -1) override
+    {
+        CS lock(this->m_pLock);
+        if (this->m_nCount == 0) {
+            return 0;
+        }
+        ARG item = Remove(index);
+        Destroy(item);
+        return 1;
+    }
+
+    void RemoveAll() override { Clear(false); }
+    void DeleteAll() override { Clear(this->m_bOwner); }
+
+    int Swap(int a, int b) override
+    {
+        CS lock(this->m_pLock);
+        if (a < 0 || b < 0 || a >= this->m_nCount || b >= this->m_nCount) {
+            return 0;
+        }
+        if (a != b) {
+            std::swap(Walk(a)->item, Walk(b)->item);
+        }
+        return 1;
+    }
+
+    void Reverse() override
+    {
+        CS lock(this->m_pLock);
+        if (this->m_nCount < 2) {
+            return;
+        }
+        Node* oldHead = m_pHead;
+        Node* oldTail = m_pHead->prev;
+        for (Node* node = oldHead; node != nullptr;) {
+            Node* following = node->next;
+            std::swap(node->next, node->prev);
+            node = following;
+        }
+        oldHead->next = nullptr;
+        oldTail->prev = oldHead;
+        m_pHead = oldTail;
+        if (this->m_pCurrent != nullptr) {
+            this->m_nCursor = this->m_nCount - this->m_nCursor - 1;
+        }
+    }
+
+    /// Sorts the items ascending by TListOrder; null items come first. Among equal items the order is
+    /// unspecified. The cursor returns to the head. See ListSort.h for the method.
+    void Sort()
+    {
+        CS lock(this->m_pLock);
+        std::vector<ARG> items;
+        items.reserve(static_cast<std::size_t>(this->m_nCount));
+        for (Node* node = m_pHead; node != nullptr; node = node->next) {
+            items.push_back(std::move(node->item));
+        }
+        SortItems<T>(items);
+        auto item = items.begin();
+        for (Node* node = m_pHead; node != nullptr; node = node->next, ++item) {
+            node->item = std::move(*item);
+        }
+        this->m_pCurrent = m_pHead;
+        this->m_nCursor = 0;
+    }
+
+    TListRangeIter<ARG> begin() const { return TListRangeIter<ARG>(m_pHead); }
+    TListRangeIter<ARG> end() const { return TListRangeIter<ARG>(); }
+
+protected:
+    explicit TDoublyLinkedList(bool isOwner) : Base(isOwner, &m_pHead) {}
+
+    Node* m_pHead = nullptr;
+
+private:
+    int Position(int index) const
+    {
+        return index == -2                                ? this->m_nCursor
+               : index < 0 || index >= this->m_nCount     ? this->m_nCount - 1
+                                                          : index;
+    }
+
+    Node* Walk(int index) const
+    {
+        Node* node = m_pHead;
+        while (index-- > 0) {
+            node = node->next;
+        }
+        return node;
+    }
+
+    /// Links the node at `at` (0 to the count) and puts the cursor on it.
+    void Link(Node* node, int at)
+    {
+        if (m_pHead == nullptr) {
+            node->prev = node;
+            m_pHead = node;
+        } else if (at == 0) {
+            node->next = m_pHead;
+            node->prev = m_pHead->prev;
+            m_pHead->prev = node;
+            m_pHead = node;
+        } else {
+            Node* before = this->Seek(at - 1);
+            node->prev = before;
+            node->next = before->next;
+            (before->next != nullptr ? before->next->prev : m_pHead->prev) = node;
+            before->next = node;
+        }
+        ++this->m_nCount;
+        this->m_pCurrent = node;
+        this->m_nCursor = at;
+    }
+
+    /// Unlinks the node under the cursor and moves the cursor to the node that followed.
+    void Unlink(Node* node)
+    {
+        Node* following = node->next;
+        (following != nullptr ? following->prev : m_pHead->prev) = node->prev;
+        if (node == m_pHead) {
+            m_pHead = following;
+        } else {
+            node->prev->next = following;
+        }
+        --this->m_nCount;
+        this->m_pCurrent = following != nullptr ? following : m_pHead != nullptr ? m_pHead->prev : nullptr;
+        if (following == nullptr) {
+            this->m_nCursor = this->m_nCount > 0 ? this->m_nCount - 1 : 0;
+        }
+    }
+
+    void Destroy([[maybe_unused]] ARG& item)
+    {
+        if constexpr (std::is_pointer_v<ARG>) {
+            if (this->m_bOwner) {
+                delete item;
+            }
+        }
+    }
+
+    void Clear(bool destroy)
+    {
+        CS lock(this->m_pLock);
+        // Unlinked first: an item's destructor may look at the list.
+        Node* node = std::exchange(m_pHead, nullptr);
+        this->m_nCount = 0;
+        this->ResetCursor();
+        while (node != nullptr) {
+            Node* following = node->next;
+            if (destroy) {
+                Destroy(node->item);
+            }
+            delete node;
+            node = following;
+        }
+    }
+};
+
+/// A list of pointers that owns its items. It does not lock unless told to.
+template <class T, class A = int, class B = int>
+class TList : public TDoublyLinkedList<T, T*, const T*, A, B> {
+public:
+    explicit TList(bool lock = false) : TDoublyLinkedList<T, T*, const T*, A, B>(true) { this->EnableLock(lock); }
+    TList(TList&& other) noexcept : TList() { TakeFrom(other); }
+
+    /// Moves the items of another list to the end of this one, in order.
+    void TakeFrom(TList& other)
+    {
+        while (T* item = other.Remove(0)) {
+            this->Insert(item);
+        }
+    }
+
+private:
+    template <class, class, class>
+    friend class TListIter;
+};
+
+/// A free-standing iterator on a TList.
+template <class T, class A = int, class B = int>
+class TListIter : public TDoublyLinkedListIter<T, T*, const T*, A, B> {
+public:
+    explicit TListIter(TList<T, A, B>& list)
+        : TDoublyLinkedListIter<T, T*, const T*, A, B>(list.Count(), &list, &list.m_pHead)
+    {
+    }
+};
+
+/// A list of handles; dropping a handle is enough, so it owns nothing.
+template <class T, class A = int, class B = int>
+class TRefList : public TDoublyLinkedList<T, TRefPointer<T, A, B>, TConstRefPointer<T, A, B>, A, B> {
+public:
+    explicit TRefList(bool lock = false)
+        : TDoublyLinkedList<T, TRefPointer<T, A, B>, TConstRefPointer<T, A, B>, A, B>(false)
+    {
+        this->EnableLock(lock);
+    }
+};
+
+} // namespace alidade
