@@ -26,6 +26,7 @@ constexpr T_DRIVER_SETTING kSettings[] = {
 constexpr int kMostSide = 65535;
 constexpr std::int64_t kMostBytes = std::int64_t{1} << 30;
 constexpr DWORD kPeriodWithoutRate = 15; // milliseconds
+constexpr std::size_t kParallelBytes = std::size_t{16} << 20; // larger images are painted on all cores
 
 /// An unsigned decimal number at the start of the text; what is too large for an image counts as 0.
 int ParseSide(const wchar_t*& text)
@@ -101,6 +102,7 @@ int CFrameGrabberDummy::InitFrameGrabber(const CProfileSection& settings, CStrin
     m_dFrameRate = settings.GetItemValue(kSettings[SETTING_FRAMERATE].key,
                                          std::wcstod(kSettings[SETTING_FRAMERATE].defaultValue, nullptr));
     m_nType = ParseType(settings.GetItemValue(kSettings[SETTING_TYPE].key, kSettings[SETTING_TYPE].defaultValue));
+    m_marker.clear();
     m_hThread = std::thread([this] { Run(); });
     message = L"Dummy Frame Grabber is Created";
     WriteLog(kLogNormal, L"%s", message.c_str());
@@ -177,6 +179,9 @@ bool CFrameGrabberDummy::MakeWork(int rows, int stride)
     } else {
         m_work.create(rows, stride, type);
     }
+    if (!m_work.empty() && m_marker.empty()) {
+        BuildMarker();
+    }
     return !m_work.empty();
 }
 
@@ -214,7 +219,7 @@ void CFrameGrabberDummy::PaintScrollUp(int third, std::int64_t offset)
         }
         return;
     }
-    cv::parallel_for_(cv::Range(0, third), [&](const cv::Range& range) {
+    const auto paint = [&](const cv::Range& range) {
         for (int i = range.start; i < range.end; ++i) {
             const auto value = static_cast<std::uint8_t>(i * 255 / third % 255);
             const int start[3] = {0, rows / 3, 2 * rows / 3};
@@ -224,7 +229,12 @@ void CFrameGrabberDummy::PaintScrollUp(int third, std::int64_t offset)
                 FillRow(m_work.ptr((start[channel] + i + first) % rows), rowBytes, pixel, sizeof(pixel));
             }
         }
-    });
+    };
+    if (rowBytes * static_cast<std::size_t>(rows) >= kParallelBytes) {
+        cv::parallel_for_(cv::Range(0, third), paint);
+    } else {
+        paint(cv::Range(0, third));
+    }
 }
 
 void CFrameGrabberDummy::PaintScrollLeft(int third, std::int64_t offset)
@@ -253,16 +263,35 @@ void CFrameGrabberDummy::PaintBrightness(int frame)
 {
     // A saw-tooth that jumps behind its first fall; wanted.
     const int level = frame >= 110 && frame <= 209 ? 219 - frame : frame % 256;
-    m_work.setTo(cv::Scalar::all(level));
+    std::memset(m_work.data, level, m_work.total() * m_work.elemSize());
+}
+
+/// An arrow that points up shows any flip or turn at a glance. It is drawn once and kept as runs of pixels:
+/// painting a frame takes no memory.
+void CFrameGrabberDummy::BuildMarker()
+{
+    cv::Mat mask = cv::Mat::zeros(std::min(m_work.rows, 210), std::min(m_work.cols, 110), CV_8UC1);
+    const cv::Scalar white(255);
+    cv::line(mask, {100, 50}, {0, 50}, white, 3);
+    cv::line(mask, {0, 50}, {50, 0}, white, 3);
+    cv::line(mask, {50, 0}, {50, 200}, white, 3);
+    for (int row = 0; row < mask.rows; ++row) {
+        const uchar* const first = mask.ptr(row);
+        const uchar* const last = first + mask.cols;
+        for (const uchar* begin = std::find(first, last, 255); begin != last;) {
+            const uchar* const end = std::find(begin, last, 0);
+            m_marker.push_back({row, static_cast<int>(begin - first), static_cast<int>(end - begin)});
+            begin = std::find(end, last, 255);
+        }
+    }
 }
 
 void CFrameGrabberDummy::PaintMarker()
 {
-    // An arrow that points up shows any flip or turn at a glance.
-    const cv::Scalar white = cv::Scalar::all(255);
-    cv::line(m_work, {100, 50}, {0, 50}, white, 3);
-    cv::line(m_work, {0, 50}, {50, 0}, white, 3);
-    cv::line(m_work, {50, 0}, {50, 200}, white, 3);
+    const std::size_t pixelBytes = m_work.elemSize();
+    for (const T_RUN& run : m_marker) {
+        std::memset(m_work.ptr(run.row, run.column), 255, static_cast<std::size_t>(run.length) * pixelBytes);
+    }
 }
 
 } // namespace alidade

@@ -6,6 +6,7 @@
 #include "foundation/platform/Event.h"
 
 #include <thread>
+#include <vector>
 
 namespace alidade {
 
@@ -37,7 +38,12 @@ private:
     void PaintScrollUp(int third, std::int64_t offset);
     void PaintScrollLeft(int third, std::int64_t offset);
     void PaintBrightness(int frame);
+    void BuildMarker();
     void PaintMarker();
+
+    struct T_RUN {
+        int row, column, length; // in pixels
+    };
 
     cv::Mat m_work; // touched by the painting thread only
     int m_bColor = 1;
@@ -47,6 +53,7 @@ private:
     std::atomic<int> m_bCapture{0};
     std::thread m_hThread;
     CEvent m_evtStop{false, true}; // ends the wait for the next frame
+    std::vector<T_RUN> m_marker;   // white pixels; built with the first frame
 };
 
 } // namespace alidade

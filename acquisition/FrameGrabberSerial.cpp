@@ -8,27 +8,16 @@
 #include <memory>
 
 namespace alidade {
-namespace {
-
-/// The driver's thread may be moving buffers at the same time.
-int CountOf(TList<CFrameGrabber::T_IMAGE_BUFFER, int, int>& buffers)
-{
-    CS lock(buffers.GetLock());
-    return buffers.Count();
-}
-
-} // namespace
-
 /// On the driver's thread, under the image lock. Without a free buffer the frame is not recorded.
 void CFrameGrabber::RecordFrame()
 {
-    T_IMAGE_BUFFER* buffer = m_freeBuffers.Remove();
-    if (buffer == nullptr) {
+    TListNode<T_IMAGE_BUFFER*>* node = m_freeBuffers.RemoveNode();
+    if (node == nullptr) {
         return;
     }
-    buffer->dwTick = GetTickCount();
-    CopyImage(m_pInterface->m_image, buffer->image);
-    m_filledBuffers.Insert(buffer);
+    node->item->dwTick = GetTickCount();
+    CopyImage(m_pInterface->m_image, node->item->image);
+    m_filledBuffers.InsertNode(node);
 }
 
 int CFrameGrabber::ReserveImageBuffer(int count)
@@ -47,13 +36,13 @@ int CFrameGrabber::ReserveImageBuffer(int count)
         }
     }
     const int type = GetImageType();
-    while (CountOf(m_freeBuffers) < count) {
+    while (m_freeBuffers.Count() < count) {
         auto buffer = std::make_unique<T_IMAGE_BUFFER>();
         buffer->image.create(size, type);
         m_freeBuffers.Insert(buffer.get());
         buffer.release();
     }
-    while (CountOf(m_freeBuffers) > count) {
+    while (m_freeBuffers.Count() > count) {
         m_freeBuffers.Delete();
     }
     return 1;
@@ -91,8 +80,8 @@ int CFrameGrabber::PopImageBuffer(TRefPointer<T_IMAGE_BUFFER, int, int>& buffer)
 
 int CFrameGrabber::ReturnImageBuffer(TList<T_IMAGE_BUFFER, int, int>& buffers)
 {
-    while (T_IMAGE_BUFFER* buffer = buffers.Remove()) {
-        m_freeBuffers.Insert(buffer);
+    while (TListNode<T_IMAGE_BUFFER*>* node = buffers.RemoveNode()) {
+        m_freeBuffers.InsertNode(node);
     }
     return 1;
 }

@@ -1,1 +1,25 @@
-# filled below
+# What `cmake --install` adds to the programs and plug-ins: the libraries, their headers and the CMake package
+# that hosts and drivers find by find_package(Alidade).
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Alidade)
+set(header_dir ${CMAKE_INSTALL_INCLUDEDIR}/alidade)
+
+install(TARGETS alidade-foundation alidade alidade-driver-sdk EXPORT AlidadeLibraries
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+
+# A header is included by the same path from the sources and when installed.
+install(DIRECTORY foundation acquisition DESTINATION ${header_dir}
+  FILES_MATCHING PATTERN "*.h" PATTERN "include" EXCLUDE)
+install(DIRECTORY acquisition/include/alidade/ DESTINATION ${header_dir})
+install(DIRECTORY ${CMAKE_BINARY_DIR}/generated/ DESTINATION ${header_dir} FILES_MATCHING PATTERN "Export.h")
+
+install(EXPORT AlidadeLibraries NAMESPACE Alidade:: DESTINATION ${package_dir})
+configure_package_config_file(cmake/AlidadeConfig.cmake.in ${CMAKE_BINARY_DIR}/AlidadeConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/AlidadeConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES
+  ${CMAKE_BINARY_DIR}/AlidadeConfig.cmake ${CMAKE_BINARY_DIR}/AlidadeConfigVersion.cmake cmake/AlidadeDriver.cmake
+  DESTINATION ${package_dir})

@@ -1,5 +1,6 @@
 # How the project's targets are made, so that each folder's CMake file lists only its sources.
 include(GenerateExportHeader)
+include(AlidadeDriver)
 
 # alidade_export_header(<target> <macro prefix> <header below the build's include folder>)
 # Drivers and hosts include the header by the same path from the build tree and when installed.
@@ -11,30 +12,10 @@ function(alidade_export_header target prefix header)
   target_include_directories(${target} PUBLIC $<BUILD_INTERFACE:${CMAKE_BINARY_DIR}/generated>)
 endfunction()
 
-# alidade_driver(<Name> SOURCES ... [LIBRARIES ...])
-# A camera driver plug-in: build/<preset>/bin/FG/FG.<Name>.zbr.64R.dll on every platform.
-function(alidade_driver name)
-  cmake_parse_arguments(ARG "NO_INSTALL" "OUTPUT_DIR" "SOURCES;LIBRARIES" ${ARGN})
-  set(target driver-${name})
-  add_library(${target} MODULE ${ARG_SOURCES})
-  target_link_libraries(${target} PRIVATE alidade-driver-sdk ${ARG_LIBRARIES})
-  if(NOT ARG_OUTPUT_DIR)
-    set(ARG_OUTPUT_DIR ${CMAKE_BINARY_DIR}/bin/FG)
-  endif()
-  set_target_properties(${target} PROPERTIES
-    PREFIX "" SUFFIX ".dll" OUTPUT_NAME "FG.${name}.zbr.64R"
-    LIBRARY_OUTPUT_DIRECTORY ${ARG_OUTPUT_DIR}
-    BUILD_RPATH_USE_ORIGIN OFF
-    INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}:$ORIGIN/../../${CMAKE_INSTALL_LIBDIR}")
-  if(NOT ARG_NO_INSTALL)
-    install(TARGETS ${target} LIBRARY DESTINATION ${CMAKE_INSTALL_BINDIR}/FG)
-  endif()
-endfunction()
-
-# alidade_test(<name> SOURCES ... [LIBRARIES ...] [LABELS ...])
+# alidade_test(<name> SOURCES ... [LIBRARIES ...] [LABELS ...] [TIMEOUT s] [RESOURCE_LOCK <name>])
 # A GoogleTest program whose cases ctest sees one by one.
 function(alidade_test name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT" ${ARGN})
+  cmake_parse_arguments(ARG "" "TIMEOUT;RESOURCE_LOCK" "SOURCES;LIBRARIES;LABELS;ENVIRONMENT" ${ARGN})
   if(NOT ARG_LABELS)
     set(ARG_LABELS unit)
   endif()
@@ -52,5 +33,6 @@ function(alidade_test name)
   endif()
   gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
     TEST_PREFIX "${name}."
-    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}")
+    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}"
+      RESOURCE_LOCK "${ARG_RESOURCE_LOCK}")
 endfunction()

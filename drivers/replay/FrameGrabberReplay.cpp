@@ -2,6 +2,8 @@
 
 #include "FramePacer.h"
 #include "alidade/driver/Driver.h"
+#include "foundation/math/FrameAllocator.h"
+#include "foundation/math/ImageCopy.h"
 #include "foundation/platform/Text.h"
 #include "foundation/platform/Thread.h"
 #include "foundation/utility/Strings.h"
@@ -45,6 +47,7 @@ int CFrameGrabberReplay::Open(const CProfileSection& settings, CString& message)
         return 0;
     }
     m_pPlayer = std::make_unique<CPicturePlayer>(std::move(source), *this);
+    m_next.allocator = GetFrameAllocator();
     // The first picture tells size and type, and whether there is anything to play at all.
     IPictureSource::eNEXT next;
     do {
@@ -103,6 +106,7 @@ void CFrameGrabberReplay::Run()
 {
     NameThisThread("FG.Replay");
     CFramePacer pacer(m_settings.dFrameRate);
+    pacer.Restart(GetTickCount());
     DWORD played = 0; // the start that the latest frame belongs to
     while (!IsStopped()) {
         const DWORD starts = m_nStarts;
@@ -124,9 +128,10 @@ void CFrameGrabberReplay::Run()
             CEvent::WaitForAny({&m_evtStop, &m_evtWake}, remaining);
             continue;
         }
-        Deliver();
-        pacer.Advance(GetTickCount());
-        played = starts;
+        if (Deliver()) {
+            pacer.Advance(GetTickCount());
+            played = starts;
+        }
     }
 }
 
@@ -153,28 +158,29 @@ bool CFrameGrabberReplay::FetchNext()
     return m_bReady;
 }
 
-void CFrameGrabberReplay::Deliver()
+/// Delivers the picture that is ready; false when capture was stopped before it went out.
+bool CFrameGrabberReplay::Deliver()
 {
     try {
         CDriverFrame frame(*this);
         if (!m_bCapture) {
             frame.Cancel();
-            return;
+            return false;
         }
+        m_bReady = false;
         try {
-            m_next.copyTo(frame.Image());
+            CopyImage(m_next, frame.Image());
+            ++m_pPlayer->m_counters.nDelivered;
         } catch (...) {
             frame.Cancel();
             throw;
         }
-        m_bReady = false;
-        ++m_pPlayer->m_counters.nDelivered;
     } catch (...) {
-        m_bReady = false;
         if (m_pPlayer->m_counters.nFailed++ == 0) {
             WriteLog(kLogError, L"Replay: a frame failed: %s", GetCurrentErrorMessage().c_str());
         }
     }
+    return true;
 }
 
 } // namespace alidade

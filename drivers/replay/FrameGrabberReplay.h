@@ -27,7 +27,7 @@ private:
     int Open(const CProfileSection& settings, CString& message);
     void Run();
     bool FetchNext();
-    void Deliver();
+    bool Deliver();
     bool IsStopped() { return m_evtStop.Wait(0); }
 
     CCriticalSection m_openLock; // Init and Close against each other
@@ -41,7 +41,7 @@ private:
 
     // Of the thread while it runs.
     std::unique_ptr<CPicturePlayer> m_pPlayer;
-    cv::Mat m_next;       // decoded, not delivered yet
+    cv::Mat m_next;        // decoded, not delivered yet
     bool m_bReady = false; // m_next holds a picture
     bool m_bEnded = false; // the source was played to its end
 };

@@ -100,9 +100,14 @@ std::unique_ptr<IPictureSource> OpenPictureSource(const T_REPLAY_SETTINGS& setti
     if (!fs::exists(status) && IsWildcard(name)) {
         return OpenFolder(path.parent_path(), name, settings, message);
     }
-    message = fs::exists(status)
-                  ? Format(L"Replay: %s is neither a file nor a folder", settings.strSource.c_str())
-                  : Format(L"Replay: %s does not exist", settings.strSource.c_str());
+    const wchar_t* source = settings.strSource.c_str();
+    if (fs::exists(status)) {
+        message = Format(L"Replay: %s is neither a file nor a folder", source);
+    } else if (status.type() == fs::file_type::not_found) {
+        message = Format(L"Replay: %s does not exist", source);
+    } else {
+        message = Format(L"Replay: %s cannot be read: %s", source, ToWide(error.message()).c_str());
+    }
     return nullptr;
 }
 

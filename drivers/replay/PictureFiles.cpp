@@ -56,6 +56,8 @@ bool CPictureFiles::Decode(const std::filesystem::path& path, cv::Mat& picture)
         return false;
     }
     const cv::Mat encoded(1, static_cast<int>(m_bytes.size()), CV_8U, m_bytes.data());
+    // Given a picture, the decoder would return that one when it fails.
+    picture.release();
     try {
         const cv::Mat decoded = cv::imdecode(encoded, m_nFlags, &picture);
         return !decoded.empty() && (decoded.channels() == 1 || decoded.channels() == 3);

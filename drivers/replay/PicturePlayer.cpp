@@ -35,13 +35,14 @@ IPictureSource::eNEXT CPicturePlayer::Next(cv::Mat& picture)
     if (m_size.empty()) {
         m_size = picture.size();
         m_nType = picture.type();
+        m_strFirst = FromPath(ToPath(m_pSource->GetName()).filename());
     }
     if (picture.size() != m_size || picture.type() != m_nType) {
         ++m_counters.nOtherFormat;
         if (IsNewProblem()) {
-            m_log.WriteLog(kLogError, L"Replay: %s (%s) is skipped: the first picture is %s",
+            m_log.WriteLog(kLogError, L"Replay: %s (%s) is skipped: %s is %s",
                            m_pSource->GetName().c_str(), FormatName(picture.size(), picture.type()).c_str(),
-                           FormatName(m_size, m_nType).c_str());
+                           m_strFirst.c_str(), FormatName(m_size, m_nType).c_str());
         }
         return IPictureSource::UNREADABLE;
     }
@@ -57,7 +58,8 @@ void CPicturePlayer::Rewind()
 
 CString CPicturePlayer::Describe() const
 {
-    return m_pSource->Describe() + L", " + FormatName(m_size, m_nType);
+    return Format(L"%s, %s as %s", m_pSource->Describe().c_str(), FormatName(m_size, m_nType).c_str(),
+                  m_strFirst.c_str());
 }
 
 bool CPicturePlayer::IsNewProblem()
@@ -68,13 +70,14 @@ bool CPicturePlayer::IsNewProblem()
 void CPicturePlayer::ReportCounters(const wchar_t* occasion)
 {
     const T_COUNTERS& n = m_counters;
-    const int all = n.nDelivered + n.nUnreadable + n.nOtherFormat + n.nFailed;
+    const unsigned long long all = n.nDelivered + n.nUnreadable + n.nOtherFormat + n.nFailed;
     if (all == m_nReported) {
         return;
     }
     m_nReported = all;
     m_log.WriteLog(kLogNormal,
-                   L"Replay: %s; %d delivered, %d skipped as unreadable, %d skipped for size or type, %d failed",
+                   L"Replay: %s; %llu delivered, %llu skipped as unreadable, %llu skipped for size or type, "
+                   L"%llu failed",
                    occasion, n.nDelivered, n.nUnreadable, n.nOtherFormat, n.nFailed);
 }
 

@@ -12,10 +12,10 @@ namespace alidade {
 class CPicturePlayer {
 public:
     struct T_COUNTERS {
-        int nDelivered = 0;
-        int nUnreadable = 0;
-        int nOtherFormat = 0; // of another size or type than the first
-        int nFailed = 0;      // refused by whoever took the frame
+        unsigned long long nDelivered = 0;
+        unsigned long long nUnreadable = 0;
+        unsigned long long nOtherFormat = 0; // of another size or type than the first
+        unsigned long long nFailed = 0; // ended in an exception of whoever took the frame
     };
 
     CPicturePlayer(std::unique_ptr<IPictureSource> source, CSimpleLogInterface& log);
@@ -29,6 +29,7 @@ public:
     /// Size and type of the first picture; empty and 0 before it.
     cv::Size GetSize() const { return m_size; }
     int GetType() const { return m_nType; }
+    /// What is played, and the picture that decided on size and type.
     CString Describe() const;
 
     T_COUNTERS m_counters;
@@ -42,10 +43,11 @@ private:
     std::unique_ptr<IPictureSource> m_pSource;
     CSimpleLogInterface& m_log;
     cv::Size m_size;
+    CString m_strFirst; // name of the first picture's file
     int m_nType = 0;
     bool m_bPassEmpty = true;
     std::set<CString> m_problems;
-    int m_nReported = -1;
+    unsigned long long m_nReported = 0; // sum of the counters at the last report
 };
 
 } // namespace alidade

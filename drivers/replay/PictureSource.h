@@ -14,8 +14,8 @@ public:
     enum eNEXT { PICTURE, UNREADABLE, END };
 
     virtual ~IPictureSource() = default;
-    /// Decodes the next picture into `picture`, whose memory is used again when size and type agree. The
-    /// picture has one or three channels.
+    /// Decodes the next picture into `picture`, by the allocator that is set in it. It has one or three
+    /// channels then.
     /// @return UNREADABLE when this one cannot be had (the following one can be asked for), END behind the
     ///         last one, and again until Rewind
     virtual eNEXT Next(cv::Mat& picture) = 0;

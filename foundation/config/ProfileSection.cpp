@@ -96,6 +96,19 @@ constexpr const wchar_t* kInteger = L"an integer in range";
 constexpr const wchar_t* kNumber = L"a number";
 constexpr const wchar_t* kBoolean = L"a boolean";
 
+CString NumberToText(double value)
+{
+    return DtoA(value);
+}
+
+CString NumberToText(std::int64_t value)
+{
+    return std::to_wstring(value);
+}
+
+template <class T>
+using Widest = std::conditional_t<std::is_same_v<T, double>, double, std::int64_t>;
+
 template <class T>
 std::optional<T> ParseAs(const CString& text)
 {
@@ -295,7 +308,7 @@ template <class T>
 void CProfileSection::SyncNumber(int store, const wchar_t* key, T& value, const wchar_t* format)
 {
     if (store != 0) {
-        SetItemValue(key, format != nullptr ? Format(format, value).c_str() : NumberToText(value).c_str());
+        SetItemValue(key, format != nullptr ? Format(format, value).c_str() : NumberToText(Widest<T>(value)).c_str());
     } else if (const CProfileItem* item = FindItem(key)) {
         if (const auto read = ParseAs<T>(item->m_strValue)) {
             value = *read;

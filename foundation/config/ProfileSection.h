@@ -75,6 +75,8 @@ public:
 
 private:
     const CProfileItem* FindItem(const wchar_t* key) const;
+    template <class T>
+    void SyncNumber(int store, const wchar_t* key, T& value, const wchar_t* format);
 };
 
 } // namespace alidade

@@ -5,8 +5,9 @@
 #include "foundation/platform/CriticalSection.h"
 
 #include <atomic>
+#include <cstddef>
 #include <iterator>
-#include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -16,17 +17,9 @@ namespace alidade {
 /// The lock of a list and the number of iterators on it.
 class IListLocker {
 public:
-    /// Turns the list's lock on (nothing happens when it is on) or off. Not while others use the list.
-    void EnableLock(bool enable)
-    {
-        if (!enable) {
-            delete std::exchange(m_pListLock, nullptr);
-        } else if (m_pListLock == nullptr) {
-            m_pListLock = new CCriticalSection;
-        }
-    }
     /// The lock, for a caller that needs several operations to be one step; null without locking.
-    CCriticalSection* GetLock() const { return m_pListLock; }
+    CCriticalSection* GetLock() const { return m_pLock; }
+    /// Free-standing iterators, and the list's own cursor as one more.
     int GetIteratorCount() const { return m_nIterators.load(std::memory_order_relaxed); }
 
     IListLocker(const IListLocker&) = delete;
@@ -34,14 +27,23 @@ public:
 
 protected:
     IListLocker() = default;
-    ~IListLocker() { delete m_pListLock; }
+    ~IListLocker() { delete m_pLock; }
+
+    void EnableLock(bool enable)
+    {
+        if (!enable) {
+            delete std::exchange(m_pLock, nullptr);
+        } else if (m_pLock == nullptr) {
+            m_pLock = new CCriticalSection;
+        }
+    }
 
 private:
     template <class, class, class, class, class>
     friend class TDoublyLinkedListIter;
 
     std::atomic<int> m_nIterators{0};
-    CCriticalSection* m_pListLock = nullptr;
+    CCriticalSection* m_pLock = nullptr;
 };
 
 /// A node of a list. The chain is half-circular: `next` of the last node is null, `prev` of the head is the
@@ -56,7 +58,8 @@ struct TListNode {
 /// What every list can do.
 ///
 /// Index rule of Insert, Remove and Delete: -1, or any index not below the count, is the last position; -2
-/// is the cursor; other values address that position. Each takes the list's lock when there is one.
+/// is the cursor; other values address that position. Each takes the list's lock when there is one, and
+/// items are destroyed after it was given back.
 template <class T, class ARG, class CONST_ARG, class = int, class = int>
 class IListDefaultData : public IListLocker {
 public:
@@ -110,7 +113,8 @@ public:
     virtual ARG Previous() = 0;
     virtual CONST_ARG Previous() const = 0;
     virtual void Reset() = 0;
-    /// Moves to the index and gives the node; a loop over rising indices is linear in all.
+    /// Moves to the index (-1: the last one; -2: stays) and gives the node; a loop over rising indices is
+    /// linear in all.
     virtual const Node* NodeAt(int index) const = 0;
     virtual Node* NodeAt(int index) = 0;
     virtual const Node* CurrentNode() const = 0;
@@ -125,56 +129,71 @@ public:
     using Node = TListNode<ARG>;
 
     TDoublyLinkedListIter(const TDoublyLinkedListIter& other)
-        : m_nCount(other.m_nCount), m_nCursor(other.m_nCursor), m_pLocker(other.m_pLocker),
-          m_pLock(other.m_pLock), m_ppHead(other.m_ppHead), m_pCurrent(other.m_pCurrent)
+        : m_nCount(other.Count()), m_nCursor(other.m_nCursor), m_pLocker(other.m_pLocker),
+          m_pIterLock(other.m_pIterLock), m_ppHead(other.m_ppHead), m_pCurrent(other.m_pCurrent)
     {
         Attach(1);
     }
     TDoublyLinkedListIter& operator=(const TDoublyLinkedListIter&) = delete;
     ~TDoublyLinkedListIter() override { Attach(-1); }
 
-    int Count() const { return m_nCount; }
-    int GetCursor() const { return m_nCursor; }
+    /// Number of items; of a list with a lock, a passing value.
+    int Count() const { return m_nCount.load(std::memory_order_relaxed); }
 
-    bool HasNext() const override { return m_nCursor >= 0 && m_nCursor < m_nCount - 1; }
+    bool HasNext() const override
+    {
+        CS lock(m_pIterLock);
+        return m_nCursor >= 0 && m_nCursor < Count() - 1;
+    }
     CONST_ARG First() const override { return ItemAt(0); }
     ARG First() override { return ItemAt(0); }
-    CONST_ARG Last() const override { return ItemAt(m_nCount - 1); }
-    ARG Last() override { return ItemAt(m_nCount - 1); }
-    CONST_ARG Current() const override { return ItemOf(m_pCurrent); }
-    ARG Current() override { return ItemOf(m_pCurrent); }
+    CONST_ARG Last() const override { return LastItem(); }
+    ARG Last() override { return LastItem(); }
+    CONST_ARG Current() const override { return CurrentItem(); }
+    ARG Current() override { return CurrentItem(); }
     ARG Next() override { return Step(1); }
     CONST_ARG Next() const override { return Step(1); }
     ARG Previous() override { return Step(-1); }
     CONST_ARG Previous() const override { return Step(-1); }
-    void Reset() override { ResetCursor(); }
-    const Node* NodeAt(int index) const override { return Seek(index); }
-    Node* NodeAt(int index) override { return Seek(index); }
+    void Reset() override
+    {
+        CS lock(m_pIterLock);
+        ResetCursor();
+    }
+    const Node* NodeAt(int index) const override { return MoveTo(index); }
+    Node* NodeAt(int index) override { return MoveTo(index); }
     const Node* CurrentNode() const override { return m_pCurrent; }
     Node* CurrentNode() override { return m_pCurrent; }
+
+    /// Index of the cursor; 0 also after Reset and in an empty list.
+    int GetCursor() const { return m_nCursor; }
 
     /// Index of the first entry identical to `item` behind `index` (below -1 counts as -1), or -1; stored
     /// in `index` too. The cursor does not move.
     int Find(CONST_ARG item, int& index) const
     {
-        CS lock(m_pLock);
-        int at = 0;
-        const int first = index < -1 ? 0 : index + 1;
+        CS lock(m_pIterLock);
+        const T* const object = ObjectOf(item);
+        const int before = index;
         index = -1;
+        int at = 0;
         for (const Node* node = *m_ppHead; node != nullptr; node = node->next, ++at) {
-            if (at >= first && CONST_ARG(node->item) == item) {
-                return index = at;
+            if (at > before && ObjectOf(node->item) == object) {
+                index = at;
+                break;
             }
         }
-        return -1;
+        return index;
     }
 
 protected:
     TDoublyLinkedListIter(int count, IListLocker* locker, Node** head)
-        : m_nCount(count), m_pLocker(locker), m_pLock(locker->m_pListLock), m_ppHead(head)
+        : m_nCount(count), m_pLocker(locker), m_pIterLock(locker->m_pLock), m_ppHead(head)
     {
         Attach(1);
     }
+
+    // The rest is called under the lock.
 
     void ResetCursor() const
     {
@@ -182,18 +201,18 @@ protected:
         m_nCursor = 0;
     }
 
+    /// Moves the cursor to an index from 0 on; null when that is out of range.
     Node* Seek(int index) const
     {
-        CS lock(m_pLock);
-        Node* head = *m_ppHead;
-        if (index < 0 || index >= m_nCount || head == nullptr) {
+        Node* const head = *m_ppHead;
+        if (index < 0 || index >= Count() || head == nullptr) {
             return nullptr;
         }
         if (m_pCurrent == nullptr || index == 0) {
             m_pCurrent = head;
             m_nCursor = 0;
         }
-        if (index == m_nCount - 1 && index != m_nCursor) {
+        if (index == Count() - 1 && index != m_nCursor) {
             m_pCurrent = head->prev;
             m_nCursor = index;
         }
@@ -206,31 +225,59 @@ protected:
         return m_pCurrent;
     }
 
+    void SetCount(int count) { m_nCount.store(count, std::memory_order_relaxed); }
+
+private:
     static ARG ItemOf(const Node* node) { return node != nullptr ? node->item : ARG(nullptr); }
+    template <class Item>
+    static const T* ObjectOf(const Item& item)
+    {
+        if constexpr (std::is_pointer_v<Item>) {
+            return item;
+        } else {
+            return item.Get();
+        }
+    }
+
+    Node* MoveTo(int index) const
+    {
+        CS lock(m_pIterLock);
+        return index == -2 ? m_pCurrent : Seek(index == -1 ? Count() - 1 : index);
+    }
     ARG ItemAt(int index) const
     {
-        CS lock(m_pLock);
+        CS lock(m_pIterLock);
         return ItemOf(Seek(index));
+    }
+    ARG LastItem() const
+    {
+        CS lock(m_pIterLock);
+        return ItemOf(Seek(Count() - 1));
+    }
+    ARG CurrentItem() const
+    {
+        CS lock(m_pIterLock);
+        return ItemOf(m_pCurrent);
     }
     ARG Step(int by) const
     {
-        CS lock(m_pLock);
-        Node* node = Seek(m_nCursor + by);
+        CS lock(m_pIterLock);
+        Node* const node = Seek(m_nCursor + by);
         if (node == nullptr) {
             ResetCursor();
         }
         return ItemOf(node);
     }
+    void Attach(int by) { m_pLocker->m_nIterators.fetch_add(by, std::memory_order_relaxed); }
 
-    int m_nCount;
+    std::atomic<int> m_nCount; // atomic: the count is read without the lock
+
+protected:
     mutable int m_nCursor = 0;
     IListLocker* m_pLocker;
-    CCriticalSection* m_pLock;
+    CCriticalSection* m_pIterLock; // as it was when the iterator was made
     Node** m_ppHead;
     mutable Node* m_pCurrent = nullptr;
-
-private:
-    void Attach(int by) { m_pLocker->m_nIterators.fetch_add(by, std::memory_order_relaxed); }
 };
 
 /// A list is its own iterator: it has a built-in cursor.
@@ -239,11 +286,12 @@ class IList : public IListDefaultData<T, ARG, CONST_ARG, A, B>, public Iter {
 public:
     using Node = typename Iter::Node;
 
-    /// Turns the lock on or off, for the list itself; iterators made before keep what they found.
+    /// Turns the lock on (nothing happens when it is on) or off, for the list itself: iterators made before
+    /// keep what they found. Not while others use the list.
     void EnableLock(bool enable)
     {
         IListLocker::EnableLock(enable);
-        this->m_pLock = this->GetLock();
+        this->m_pIterLock = this->GetLock();
     }
 
 protected:
@@ -251,12 +299,6 @@ protected:
         : IListDefaultData<T, ARG, CONST_ARG, A, B>(isOwner), Iter(0, static_cast<IListLocker*>(this), head)
     {
     }
-};
-
-/// Order of the items that Sort uses; specialise it for a type whose order is not operator<=>.
-template <class T>
-struct TListOrder {
-    static bool Less(const T& a, const T& b) { return a < b; }
 };
 
 /// Forward iterator over the items that leaves the cursor alone, for range-based loops. Take the list's
@@ -295,45 +337,58 @@ class TDoublyLinkedList
 public:
     using Base = IList<T, ARG, CONST_ARG, A, B, TDoublyLinkedListIter<T, ARG, CONST_ARG, A, B>>;
     using Node = TListNode<ARG>;
+    using Base::Count;
 
     ~TDoublyLinkedList() override { TDoublyLinkedList::DeleteAll(); }
 
     int Insert(ARG item, int index = -1) override
     {
-        CS lock(this->m_pLock);
-        const int at = index == -2                                    ? (this->m_nCount > 0 ? this->m_nCursor + 1 : 0)
-                       : index < 0 || index >= this->m_nCount         ? this->m_nCount
-                                                                      : index;
-        Node* node = new (std::nothrow) Node{std::move(item), nullptr, nullptr};
-        if (node == nullptr) {
-            return -1;
-        }
-        Link(node, at);
-        return at;
+        CS lock(this->GetLock());
+        Node* const node = new (std::nothrow) Node{std::move(item), nullptr, nullptr};
+        return node != nullptr ? InsertNode(node, index) : -1;
     }
 
     ARG Remove(int index = -1) override
     {
-        CS lock(this->m_pLock);
-        Node* node = this->Seek(Position(index));
-        if (node == nullptr) {
-            return ARG(nullptr);
-        }
-        Unlink(node);
-        ARG item = std::move(node->item);
-        delete node;
+        ARG item(nullptr);
+        Take(index, item);
         return item;
     }
 
     int Delete(int index = -1) override
     {
-        CS lock(this->m_pLock);
-        if (this->m_nCount == 0) {
+        ARG item(nullptr);
+        if (!Take(index, item)) {
             return 0;
         }
-        ARG item = Remove(index);
-        Destroy(item);
+        if (this->m_bOwner) {
+            Destroy(item);
+        }
         return 1;
+    }
+
+    /// Insert of a node that RemoveNode gave, from a list of the same kind: so an item passes from list to
+    /// list without any memory. The list owns the node then.
+    int InsertNode(Node* node, int index = -1)
+    {
+        CS lock(this->GetLock());
+        int at = index < 0 || index > Count() ? Count() : index;
+        if (index == -2 && Count() > 0) {
+            at = this->m_nCursor + 1;
+        }
+        Link(node, at);
+        return at;
+    }
+    /// Remove of a whole node, which the caller owns then, or null from an empty list.
+    Node* RemoveNode(int index = -1)
+    {
+        CS lock(this->GetLock());
+        const int last = Count() - 1;
+        Node* const node = this->Seek(index == -2 ? this->m_nCursor : index < 0 || index > last ? last : index);
+        if (node != nullptr) {
+            Unlink(node);
+        }
+        return node;
     }
 
     void RemoveAll() override { Clear(false); }
@@ -341,8 +396,8 @@ public:
 
     int Swap(int a, int b) override
     {
-        CS lock(this->m_pLock);
-        if (a < 0 || b < 0 || a >= this->m_nCount || b >= this->m_nCount) {
+        CS lock(this->GetLock());
+        if (a < 0 || b < 0 || a >= Count() || b >= Count()) {
             return 0;
         }
         if (a != b) {
@@ -353,14 +408,14 @@ public:
 
     void Reverse() override
     {
-        CS lock(this->m_pLock);
-        if (this->m_nCount < 2) {
+        CS lock(this->GetLock());
+        if (Count() < 2) {
             return;
         }
-        Node* oldHead = m_pHead;
-        Node* oldTail = m_pHead->prev;
+        Node* const oldHead = m_pHead;
+        Node* const oldTail = m_pHead->prev;
         for (Node* node = oldHead; node != nullptr;) {
-            Node* following = node->next;
+            Node* const following = node->next;
             std::swap(node->next, node->prev);
             node = following;
         }
@@ -368,24 +423,26 @@ public:
         oldTail->prev = oldHead;
         m_pHead = oldTail;
         if (this->m_pCurrent != nullptr) {
-            this->m_nCursor = this->m_nCount - this->m_nCursor - 1;
+            this->m_nCursor = Count() - this->m_nCursor - 1;
         }
     }
 
-    /// Sorts the items ascending by TListOrder; null items come first. Among equal items the order is
-    /// unspecified. The cursor returns to the head. See ListSort.h for the method.
+    /// Sorts the items ascending by TListOrder<T>; null items come first. Among equal items the order is
+    /// unspecified. The cursor returns to the head. Below 500000 items by introspective sort, from there on
+    /// by a parallel merge sort.
+    /// @throws std::bad_alloc, with the list as it was
     void Sort()
     {
-        CS lock(this->m_pLock);
+        CS lock(this->GetLock());
         std::vector<ARG> items;
-        items.reserve(static_cast<std::size_t>(this->m_nCount));
-        for (Node* node = m_pHead; node != nullptr; node = node->next) {
-            items.push_back(std::move(node->item));
+        items.reserve(static_cast<std::size_t>(Count()));
+        for (const Node* node = m_pHead; node != nullptr; node = node->next) {
+            items.push_back(node->item);
         }
-        SortItems<T>(items);
+        detail::SortItems<T>(items);
         auto item = items.begin();
-        for (Node* node = m_pHead; node != nullptr; node = node->next, ++item) {
-            node->item = std::move(*item);
+        for (Node* node = m_pHead; node != nullptr; node = node->next) {
+            node->item = std::move(*item++);
         }
         this->m_pCurrent = m_pHead;
         this->m_nCursor = 0;
@@ -397,16 +454,32 @@ public:
 protected:
     explicit TDoublyLinkedList(bool isOwner) : Base(isOwner, &m_pHead) {}
 
+    /// Puts the whole chain of another list behind this one's. Allocates nothing.
+    void Splice(TDoublyLinkedList& other) noexcept
+    {
+        if (&other == this) {
+            return;
+        }
+        int count = 0;
+        Node* const chain = other.TakeChain(count);
+        if (chain == nullptr) {
+            return;
+        }
+        CS lock(this->GetLock());
+        if (m_pHead == nullptr) {
+            m_pHead = chain;
+        } else {
+            Node* const oldTail = m_pHead->prev;
+            m_pHead->prev = chain->prev;
+            chain->prev = oldTail;
+            oldTail->next = chain;
+        }
+        this->SetCount(Count() + count);
+    }
+
     Node* m_pHead = nullptr;
 
 private:
-    int Position(int index) const
-    {
-        return index == -2                                ? this->m_nCursor
-               : index < 0 || index >= this->m_nCount     ? this->m_nCount - 1
-                                                          : index;
-    }
-
     Node* Walk(int index) const
     {
         Node* node = m_pHead;
@@ -428,13 +501,13 @@ private:
             m_pHead->prev = node;
             m_pHead = node;
         } else {
-            Node* before = this->Seek(at - 1);
+            Node* const before = this->Seek(at - 1);
             node->prev = before;
             node->next = before->next;
             (before->next != nullptr ? before->next->prev : m_pHead->prev) = node;
             before->next = node;
         }
-        ++this->m_nCount;
+        this->SetCount(Count() + 1);
         this->m_pCurrent = node;
         this->m_nCursor = at;
     }
@@ -442,38 +515,54 @@ private:
     /// Unlinks the node under the cursor and moves the cursor to the node that followed.
     void Unlink(Node* node)
     {
-        Node* following = node->next;
+        Node* const following = node->next;
         (following != nullptr ? following->prev : m_pHead->prev) = node->prev;
         if (node == m_pHead) {
             m_pHead = following;
         } else {
             node->prev->next = following;
         }
-        --this->m_nCount;
-        this->m_pCurrent = following != nullptr ? following : m_pHead != nullptr ? m_pHead->prev : nullptr;
-        if (following == nullptr) {
-            this->m_nCursor = this->m_nCount > 0 ? this->m_nCount - 1 : 0;
+        node->prev = node->next = nullptr;
+        this->SetCount(Count() - 1);
+        this->m_pCurrent = following;
+        if (following == nullptr && m_pHead != nullptr) {
+            this->m_pCurrent = m_pHead->prev;
+            this->m_nCursor = Count() - 1;
         }
     }
 
-    void Destroy([[maybe_unused]] ARG& item)
+    bool Take(int index, ARG& item)
+    {
+        Node* const node = RemoveNode(index);
+        if (node == nullptr) {
+            return false;
+        }
+        item = std::move(node->item);
+        delete node;
+        return true;
+    }
+
+    static void Destroy([[maybe_unused]] ARG& item)
     {
         if constexpr (std::is_pointer_v<ARG>) {
-            if (this->m_bOwner) {
-                delete item;
-            }
+            delete item;
         }
+    }
+
+    Node* TakeChain(int& count) noexcept
+    {
+        CS lock(this->GetLock());
+        count = Count();
+        this->SetCount(0);
+        this->ResetCursor();
+        return std::exchange(m_pHead, nullptr);
     }
 
     void Clear(bool destroy)
     {
-        CS lock(this->m_pLock);
-        // Unlinked first: an item's destructor may look at the list.
-        Node* node = std::exchange(m_pHead, nullptr);
-        this->m_nCount = 0;
-        this->ResetCursor();
-        while (node != nullptr) {
-            Node* following = node->next;
+        int count = 0;
+        for (Node* node = TakeChain(count); node != nullptr;) {
+            Node* const following = node->next;
             if (destroy) {
                 Destroy(node->item);
             }
@@ -488,15 +577,11 @@ template <class T, class A = int, class B = int>
 class TList : public TDoublyLinkedList<T, T*, const T*, A, B> {
 public:
     explicit TList(bool lock = false) : TDoublyLinkedList<T, T*, const T*, A, B>(true) { this->EnableLock(lock); }
-    TList(TList&& other) noexcept : TList() { TakeFrom(other); }
+    /// Takes the items of another list; the new list does not lock.
+    TList(TList&& other) noexcept : TList() { this->Splice(other); }
 
-    /// Moves the items of another list to the end of this one, in order.
-    void TakeFrom(TList& other)
-    {
-        while (T* item = other.Remove(0)) {
-            this->Insert(item);
-        }
-    }
+    /// Moves the items of another list to the end of this one, in order. The other one is empty then.
+    void TakeFrom(TList& other) noexcept { this->Splice(other); }
 
 private:
     template <class, class, class>

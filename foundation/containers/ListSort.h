@@ -1,24 +1,19 @@
 #pragma once
 
+#include "foundation/containers/ListOrder.h"
+
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <string>
-#include <type_traits>
+#include <iterator>
 #include <utility>
 #include <vector>
 
-namespace alidade {
+namespace alidade::detail {
 
-template <class T>
-struct TListOrder;
-
-namespace detail {
-
-constexpr std::ptrdiff_t kInsertionLimit = 21;   // shorter ranges are finished by insertion
-constexpr std::size_t kParallelLimit = 500000;   // lists from here on are sorted by the parallel merge
-constexpr std::ptrdiff_t kMergeLeaf = 2000;      // parts up to here are sorted by the first method
-constexpr int kParallelDepth = 2;
+constexpr std::ptrdiff_t kInsertionLimit = 21; // shorter ranges are finished by insertion
+constexpr std::size_t kParallelLimit = 500000; // lists from here on are sorted by the parallel merge
+constexpr std::ptrdiff_t kMergeLeaf = 2000;    // ranges up to here are sorted by the first method
+constexpr int kParallelDepth = 2;              // deeper ranges are sorted in sequence
 
 template <class Iter, class Less>
 void InsertionSort(Iter first, Iter last, Less less)
@@ -33,19 +28,22 @@ void InsertionSort(Iter first, Iter last, Less less)
     }
 }
 
-/// Median of the first, middle and last value, which is left at `first`.
+/// Puts the median of the first, middle and last value at `first`.
 template <class Iter, class Less>
 void MedianToFront(Iter first, Iter last, Less less)
 {
-    Iter middle = first + (last - first) / 2;
-    Iter back = last - 1;
-    Iter median = less(*first, *middle)
-                      ? (less(*middle, *back) ? middle : less(*first, *back) ? back : first)
-                      : (less(*first, *back) ? first : less(*middle, *back) ? back : middle);
+    const Iter middle = first + (last - first) / 2;
+    const Iter back = last - 1;
+    Iter median = first;
+    if (less(*first, *middle)) {
+        median = less(*middle, *back) ? middle : less(*first, *back) ? back : first;
+    } else {
+        median = less(*first, *back) ? first : less(*middle, *back) ? back : middle;
+    }
     std::iter_swap(first, median);
 }
 
-/// Partition around the value at `first`; returns where it comes to stand.
+/// Partitions around the median of three; returns where that comes to stand.
 template <class Iter, class Less>
 Iter Partition(Iter first, Iter last, Less less)
 {
@@ -53,6 +51,7 @@ Iter Partition(Iter first, Iter last, Less less)
     Iter low = first + 1;
     Iter high = last - 1;
     for (;;) {
+        // Both stop at a value equal to the median, so that many equal values are cut in halves too.
         while (low <= high && less(*low, *first)) {
             ++low;
         }
@@ -68,8 +67,8 @@ Iter Partition(Iter first, Iter last, Less less)
     return high;
 }
 
-/// Introspective sort: D. R. Musser, "Introspective Sorting and Selection Algorithms", 1997. The limit on
-/// the depth starts at n - 1 and shrinks to three quarters with each partition.
+/// Introspective sort: D. R. Musser, "Introspective Sorting and Selection Algorithms", 1997. `limit` bounds
+/// the depth: it starts at n - 1 and shrinks to three quarters with each partition.
 template <class Iter, class Less>
 void IntroSort(Iter first, Iter last, std::ptrdiff_t limit, Less less)
 {
@@ -79,10 +78,10 @@ void IntroSort(Iter first, Iter last, std::ptrdiff_t limit, Less less)
             std::sort_heap(first, last, less);
             return;
         }
-        Iter pivot = Partition(first, last, less);
+        const Iter middle = Partition(first, last, less);
         limit = limit / 2 + limit / 2 / 2;
-        IntroSort(first, pivot, limit, less);
-        first = pivot + 1;
+        IntroSort(first, middle, limit, less);
+        first = middle + 1;
     }
     InsertionSort(first, last, less);
 }
@@ -92,23 +91,28 @@ template <class Value, class Less>
 void MergeFour(Value* const bounds[5], Value* out, Less less)
 {
     Value* at[4] = {bounds[0], bounds[1], bounds[2], bounds[3]};
-    // A tournament of two pairs: each step replays only the pair that gave the last value.
-    const auto first = [&](int a, int b) {
-        if (at[a] == bounds[a + 1]) {
-            return b;
+    const auto isOver = [&](int part) { return at[part] == bounds[part + 1]; };
+    const auto winner = [&](int a, int b) {
+        if (isOver(a) || isOver(b)) {
+            return isOver(a) ? b : a;
         }
-        return at[b] != bounds[b + 1] && less(*at[b], *at[a]) ? b : a;
+        return less(*at[b], *at[a]) ? b : a;
     };
-    int low = first(0, 1);
-    int high = first(2, 3);
+    // A tournament of two pairs: each step replays only the pair that gave the last value.
+    int low = winner(0, 1);
+    int high = winner(2, 3);
     for (std::ptrdiff_t left = bounds[4] - bounds[0]; left > 0; --left) {
-        const bool takeHigh = at[low] == bounds[low + 1] || (at[high] != bounds[high + 1] && less(*at[high], *at[low]));
-        const int from = takeHigh ? high : low;
+        const int from = winner(low, high);
         *out++ = std::move(*at[from]++);
-        (takeHigh ? high : low) = takeHigh ? first(2, 3) : first(0, 1);
+        if (from == low) {
+            low = winner(0, 1);
+        } else {
+            high = winner(2, 3);
+        }
     }
 }
 
+/// Sorts four parts, on several threads near the top, and merges them. `scratch` has room for `count` values.
 template <class Value, class Less>
 void MergeSort(Value* first, std::ptrdiff_t count, Value* scratch, int depth, Less less)
 {
@@ -116,8 +120,7 @@ void MergeSort(Value* first, std::ptrdiff_t count, Value* scratch, int depth, Le
         IntroSort(first, first + count, count - 1, less);
         return;
     }
-    Value* const bounds[5] = {first, first + count / 4, first + count / 2, first + count / 4 * 3 + count % 4 * 3 / 4,
-                              first + count};
+    Value* const bounds[5] = {first, first + count / 4, first + count / 2, first + count * 3 / 4, first + count};
 #pragma omp parallel for schedule(dynamic) if (depth < kParallelDepth)
     for (int part = 0; part < 4; ++part) {
         MergeSort(bounds[part], bounds[part + 1] - bounds[part], scratch + (bounds[part] - first), depth + 1, less);
@@ -129,26 +132,49 @@ void MergeSort(Value* first, std::ptrdiff_t count, Value* scratch, int depth, Le
 template <class Value, class Less>
 void SortArray(std::vector<Value>& values, Less less)
 {
+    const auto count = static_cast<std::ptrdiff_t>(values.size());
     if (values.size() < kParallelLimit) {
-        IntroSort(values.begin(), values.end(), static_cast<std::ptrdiff_t>(values.size()) - 1, less);
+        IntroSort(values.begin(), values.end(), count - 1, less);
         return;
     }
     std::vector<Value> scratch(values.size());
-    MergeSort(values.data(), static_cast<std::ptrdiff_t>(values.size()), scratch.data(), 0, less);
+    MergeSort(values.data(), count, scratch.data(), 0, less);
 }
 
-} // namespace detail
+/// An item beside its key, so that most comparisons need not reach for the object.
+template <class Key, class ARG>
+struct TKeyedItem {
+    Key key{};
+    ARG item = nullptr;
+};
 
-/// Sorts list items (pointers or handles) by TListOrder<T>, nulls first.
+/// Sorts items (pointers or handles of T) ascending by TListOrder<T>, nulls first.
 template <class T, class ARG>
 void SortItems(std::vector<ARG>& items)
 {
-    detail::SortArray(items, [](const ARG& a, const ARG& b) {
+    const auto less = [](const ARG& a, const ARG& b) {
         if (a == nullptr || b == nullptr) {
             return a == nullptr && b != nullptr;
         }
         return TListOrder<T>::Less(*a, *b);
-    });
+    };
+    if constexpr (requires(const T& object) { TListOrder<T>::Key(object); }) {
+        using Entry = TKeyedItem<decltype(TListOrder<T>::Key(std::declval<const T&>())), ARG>;
+        std::vector<Entry> entries(items.size());
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            if (items[i] != nullptr) {
+                entries[i].key = TListOrder<T>::Key(*items[i]);
+            }
+            entries[i].item = std::move(items[i]);
+        }
+        SortArray(entries, [less](const Entry& a, const Entry& b) {
+            return a.key != b.key ? a.key < b.key : less(a.item, b.item);
+        });
+        std::transform(entries.begin(), entries.end(), items.begin(),
+                       [](Entry& entry) { return std::move(entry.item); });
+    } else {
+        SortArray(items, less);
+    }
 }
 
-} // namespace alidade
+} // namespace alidade::detail

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <new>
@@ -8,8 +9,8 @@
 
 namespace alidade {
 
-/// What the handles of one object share. Made by malloc and released by free, so that modules built with
-/// different C++ runtimes agree.
+/// What the handles of one object share. Made by malloc and released by free, so that no replaced operator
+/// new or delete of a module comes between.
 struct TRefBlock {
     static constexpr std::uint32_t kArray = 1;     // made by new[]
     static constexpr std::uint32_t kDestroyed = 2; // the object is gone
@@ -129,6 +130,7 @@ private:
     }
     static void Destroy(T* object, bool isArray)
     {
+        static_assert(sizeof(T) > 0, "the object's type must be complete");
         if (isArray) {
             delete[] object;
         } else {

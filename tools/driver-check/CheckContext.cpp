@@ -16,6 +16,9 @@ CCheckedDriver& CCheckContext::MakeDriver()
     auto driver = std::make_shared<IFrameGrabberInterface*>(nullptr);
     runner.Run("GetFrameGrabber", [driver, make = plugin.pfnGetFrameGrabber] { *driver = make(); });
     Expect(*driver != nullptr, "GetFrameGrabber returned null");
+    const auto isSame = [&](const auto& other) { return other != nullptr && &other->Get() == *driver; };
+    Expect(!isSame(m_pMain) && std::none_of(m_others.begin(), m_others.end(), isSame),
+           "GetFrameGrabber gave an object that it had given before");
     return *m_others.emplace_back(std::make_unique<CCheckedDriver>(*driver, runner));
 }
 

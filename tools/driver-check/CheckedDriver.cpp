@@ -34,7 +34,8 @@ int CCheckedDriver::Init(const CProfileSection& settings, CString& message)
         call->result = driver->InitFrameGrabber(call->settings, call->message);
     });
     message = call->message;
-    Expect(call->result == 0 || call->result == 1, "InitFrameGrabber returned " + std::to_string(call->result));
+    Expect(call->result == 0 || call->result == 1,
+           "InitFrameGrabber returned " + std::to_string(call->result));
     return call->result;
 }
 
@@ -46,7 +47,8 @@ void CCheckedDriver::Destroy()
 void CCheckedDriver::Open(const CProfileSection& settings)
 {
     CString message;
-    Expect(Init(settings, message) == 1, "InitFrameGrabber returned 0: " + ToNarrow(message));
+    const int result = Init(settings, message);
+    Expect(result == 1, "InitFrameGrabber returned 0: " + ToNarrow(message));
 }
 
 void CCheckedDriver::StartFlow()

@@ -47,7 +47,8 @@ struct CDeadlineRunner::State {
 };
 
 CDeadlineRunner::CDeadlineRunner(DWORD deadlineMs)
-    : m_dwDeadline(deadlineMs), m_pState(std::make_shared<State>()), m_thread([state = m_pState] { state->Serve(); })
+    : m_dwDeadline(deadlineMs), m_pState(std::make_shared<State>()),
+      m_thread([state = m_pState] { state->Serve(); })
 {
 }
 

@@ -22,7 +22,8 @@ bool CDriverPlugin::Load(CString& error)
     }
     pfnGetName = GetModuleFunction<GetFrameGrabberNameFunction>(m_hModule, "GetFrameGrabberName");
     pfnGetFrameGrabber = GetModuleFunction<GetFrameGrabberFunction>(m_hModule, "GetFrameGrabber");
-    pfnGetProperties = GetModuleFunction<GetFrameGrabberPropertiesFunction>(m_hModule, "GetFrameGrabberProperties");
+    pfnGetProperties =
+        GetModuleFunction<GetFrameGrabberPropertiesFunction>(m_hModule, "GetFrameGrabberProperties");
     pfnGetLayoutVersion =
         GetModuleFunction<GetFrameGrabberLayoutVersionFunction>(m_hModule, "GetFrameGrabberLayoutVersion");
     return true;

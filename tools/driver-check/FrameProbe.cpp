@@ -98,8 +98,8 @@ T_FRAME_RECORD CFrameProbe::Look(bool rightArgument)
     record.nType = image.type();
     if (!image.empty() && image.dims == 2) {
         record.size = image.size();
-        const bool sameShape =
-            !m_records.empty() && m_records.back().size == record.size && m_records.back().nType == record.nType;
+        const bool sameShape = !m_records.empty() && m_records.back().size == record.size &&
+                               m_records.back().nType == record.nType;
         LookAtBuffer(image, sameShape);
     }
     return record;

@@ -12,12 +12,12 @@ namespace alidade {
 
 /// What the new-image callback saw of one frame.
 struct T_FRAME_RECORD {
-    std::int64_t nNanoseconds;  // steady clock, at the callback
-    DWORD dwNow;                // tick at the callback
-    DWORD dwLastGrab;           // the driver's tick of the frame
+    std::int64_t nNanoseconds; // steady clock, at the callback
+    DWORD dwNow;               // tick at the callback
+    DWORD dwLastGrab;          // the driver's tick of the frame
     std::thread::id thread;
     bool bRightArgument;
-    bool bLocked;               // another thread found the image lock taken
+    bool bLocked; // another thread found the image lock taken
     cv::Size size;
     int nDims;
     int nType;

@@ -1,0 +1,10 @@
+#include "foundation/utility/SerialLine.h"
+
+namespace alidade {
+
+std::unique_ptr<ISerialLine> OpenTerminal(const CString&, const T_SERIAL_SETTINGS&, CString&)
+{
+    return nullptr;
+}
+
+} // namespace alidade

@@ -1,0 +1,35 @@
+#!/usr/bin/env bash
+# Installs what building and testing need, from the distribution's packages. Safe to run again.
+set -euo pipefail
+
+build=(g++ cmake ninja-build ccache pkg-config)
+libraries=(libopencv-dev libaravis-dev libusb-1.0-0-dev libserialport-dev libspdlog-dev libfmt-dev
+  libsimpleini-dev nlohmann-json3-dev libcli11-dev)
+tests=(libgtest-dev googletest aravis-tools)
+analysis=(clang libclang-rt-14-dev)                            # the short fuzz
+windows=(g++-mingw-w64-x86-64-posix wine64)                    # scripts/test-windows.sh
+
+if ! command -v apt-get >/dev/null; then
+  echo "setup: this machine has no apt-get; install by hand: ${build[*]} ${libraries[*]} ${tests[*]}" >&2
+  exit 1
+fi
+
+missing=()
+for package in "${build[@]}" "${libraries[@]}" "${tests[@]}" "${analysis[@]}" "${windows[@]}"; do
+  if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
+    missing+=("$package")
+  fi
+done
+if [ ${#missing[@]} -eq 0 ]; then
+  echo "setup: everything is installed"
+  exit 0
+fi
+
+echo "setup: installing ${missing[*]}"
+become=()
+if [ "$(id -u)" -ne 0 ]; then
+  become=(sudo)
+fi
+export DEBIAN_FRONTEND=noninteractive
+"${become[@]}" apt-get update -qq
+"${become[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
