@@ -96,12 +96,10 @@ int CFrameGrabberDummy::InitFrameGrabber(const CProfileSection& settings, CStrin
     m_bStop = 0;
     m_bCapture = 0;
     m_evtStop.ResetEvent();
-    m_bColor = settings.GetItemValueBoolean(kSettings[SETTING_COLOR].key, 1);
-    m_imageSize =
-        ParseSize(settings.GetItemValue(kSettings[SETTING_RESOLUTION].key, kSettings[SETTING_RESOLUTION].defaultValue));
-    m_dFrameRate = settings.GetItemValue(kSettings[SETTING_FRAMERATE].key,
-                                         std::wcstod(kSettings[SETTING_FRAMERATE].defaultValue, nullptr));
-    m_nType = ParseType(settings.GetItemValue(kSettings[SETTING_TYPE].key, kSettings[SETTING_TYPE].defaultValue));
+    m_bColor = ReadBoolean(settings, kSettings[SETTING_COLOR]);
+    m_imageSize = ParseSize(ReadText(settings, kSettings[SETTING_RESOLUTION]));
+    m_dFrameRate = ReadDouble(settings, kSettings[SETTING_FRAMERATE]);
+    m_nType = ParseType(ReadText(settings, kSettings[SETTING_TYPE]));
     m_marker.clear();
     m_hThread = std::thread([this] { Run(); });
     message = L"Dummy Frame Grabber is Created";

@@ -5,6 +5,7 @@
 #include "acquisition/CameraCreator.h"
 #include "acquisition/DriverGuard.h"
 #include "acquisition/FrameGrabberDummy.h"
+#include "acquisition/GrabberSettings.h"
 #include "foundation/platform/Module.h"
 #include "foundation/platform/Text.h"
 #include "foundation/utility/Path.h"
@@ -272,14 +273,15 @@ TRefPointer<CFrameGrabber> CFrameGrabber::GetFrameGrabber(const wchar_t* name, c
         return {};
     }
     TRefPointer<CFrameGrabber> grabber(new CFrameGrabber(driver));
-    grabber->m_bFlipX = settings.GetItemValueBoolean(L"Image.FlipX", 0);
-    grabber->m_bFlipY = settings.GetItemValueBoolean(L"Image.FlipY", 0);
-    const long turn = std::wcstol(settings.GetItemValue(L"Image.Rotate", L"0"), nullptr, 10);
+    const auto table = GetGrabberSettingTable();
+    grabber->m_bFlipX = ReadBoolean(settings, table[GRABBER_FLIP_X]);
+    grabber->m_bFlipY = ReadBoolean(settings, table[GRABBER_FLIP_Y]);
+    const long turn = std::wcstol(ReadText(settings, table[GRABBER_ROTATE]), nullptr, 10);
     grabber->m_nRotate = turn > 0 ? 1 : turn < 0 ? -1 : 0;
-    grabber->m_bRotateArbitrary = settings.GetItemValueBoolean(L"Image.RotateArbitraty", 0);
-    const double angle = settings.GetItemValue(L"Image.RotationAngle", 0.0);
+    grabber->m_bRotateArbitrary = ReadBoolean(settings, table[GRABBER_ROTATE_ARBITRARY]);
+    const double angle = ReadDouble(settings, table[GRABBER_ROTATION_ANGLE]);
     grabber->m_dRotationAngle = std::isfinite(angle) ? angle : 0.0;
-    grabber->m_bRotateClip = settings.GetItemValueBoolean(L"Image.RotateClip", 0);
+    grabber->m_bRotateClip = ReadBoolean(settings, table[GRABBER_ROTATE_CLIP]);
     grabber->m_rotationMatrix.release();
     grabber->m_rotationScratch.release();
     if (!grabber->InitFrameGrabber(settings, message)) {

@@ -64,6 +64,8 @@ private:
 double FloodRate(int frames, bool& torn)
 {
     const auto grabber = Access::Make(new CFloodDriver);
+    CString message;
+    grabber->InitFrameGrabber(CProfileSection(), message);
     grabber->StartCapture();
     cv::Mat image;
     std::uint32_t number = 0;

@@ -5,6 +5,8 @@ option(ALIDADE_BENCHMARKS "Build the benchmarks" ON)
 option(ALIDADE_FUZZ "Build the fuzz targets (needs a compiler with libFuzzer)" OFF)
 option(ALIDADE_BASE_ONLY "Build only platform, containers, config and utility (no OpenCV, no serial port)" OFF)
 option(ALIDADE_OPENMP "Sort very long lists on all cores" ON)
+set(ALIDADE_SAMPLES_DIR ${PROJECT_SOURCE_DIR}/build/samples CACHE PATH
+  "Real pictures for tests: the sample data of opencv-doc, unpacked there by the scripts")
 set(ALIDADE_SANITIZE "" CACHE STRING "Sanitizers, comma separated: address,undefined or thread")
 
 set(CMAKE_CXX_STANDARD 20)

@@ -37,7 +37,8 @@ int CFileNamePattern::Parse(const CString& pattern, CString& error)
         } else if (at < pattern.size() && pattern[at] == L'%') {
             text += pattern[at++];
         } else if (!ReadConversion(pattern, at, read.m_bZeros, read.m_nWidth)) {
-            error = Format(L"only %%d with a width of up to %d, as %%04d, and %%%% are understood", kMostWidth);
+            error =
+                Format(L"only %%d with a width of up to %d, as %%04d, and %%%% are understood", kMostWidth);
             return 0;
         } else {
             ++conversions;

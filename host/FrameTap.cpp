@@ -17,10 +17,12 @@ int ChooseBufferCount(cv::Size size, std::uint64_t frames)
 {
     int count = kBuffersOfUnknownSize;
     if (!size.empty()) {
-        const double fitting = kBufferBytes / (static_cast<double>(size.width) * size.height * kBytesPerPixel);
+        const double fitting =
+            kBufferBytes / (static_cast<double>(size.width) * size.height * kBytesPerPixel);
         count = static_cast<int>(std::clamp<double>(fitting, kLeastBuffers, kMostBuffers));
     }
-    return frames == 0 ? count : static_cast<int>(std::min<std::uint64_t>(frames, static_cast<std::uint64_t>(count)));
+    return frames == 0 ? count
+                       : static_cast<int>(std::min<std::uint64_t>(frames, static_cast<std::uint64_t>(count)));
 }
 
 CFrameTap::CFrameTap(CFrameGrabber& grabber, int buffers, std::uint64_t most)

@@ -16,17 +16,15 @@ struct T_TAP_COUNTERS {
     cv::Size sourceSize; // of the first frame, before it is pre-processed
 
     /// Frames per second that the driver delivered; 0 with fewer than two.
-    double GetFrameRate() const
-    {
-        return dSeconds > 0 ? static_cast<double>(nDelivered - 1) / dSeconds : 0;
-    }
+    double GetFrameRate() const { return dSeconds > 0 ? static_cast<double>(nDelivered - 1) / dSeconds : 0; }
 };
 
 /// Records every frame of a grabber into a fixed number of buffers and counts what did not fit.
 ///
-/// The recording is the grabber's own serial grab. The tap stands in front of the grabber's new-frame callback
-/// to count, since neither a serial grab nor a waiting client is told of frames that it missed. The
-/// driver's thread never waits for the reader. Make it before capture starts; close the driver before it goes.
+/// The recording is the grabber's own serial grab. The tap stands in front of the grabber's new-frame
+/// callback to count, since neither a serial grab nor a waiting client is told of frames that it missed. The
+/// driver's thread never waits for the reader. Make it before capture starts; close the driver before it
+/// goes.
 class CFrameTap {
 public:
     /// @param buffers  frames that may wait for the reader

@@ -26,7 +26,8 @@ template <class Call>
 auto CallDriver(DWORD ms, const wchar_t* what, Call&& call)
 {
     const CWatchdog watchdog(ms, [ms, what] {
-        const T_HOST_FAILURE failure{kExitFailed, Format(L"a driver did not %s within %g s", what, ms / 1000.0)};
+        const T_HOST_FAILURE failure{kExitFailed,
+                                     Format(L"a driver did not %s within %g s", what, ms / 1000.0)};
         std::fprintf(stderr, "%s\n", FormatFailure(failure).c_str());
         std::fflush(stderr);
         std::_Exit(failure.status);
@@ -229,7 +230,8 @@ private:
     {
         const cv::Size source = tap.GetCounters().sourceSize;
         if (m_options.clip && (cv::Rect({}, source) & *m_options.clip) != *m_options.clip) {
-            error = Format(L"the clip does not lie in the driver's picture of %d x %d", source.width, source.height);
+            error = Format(L"the clip does not lie in the driver's picture of %d x %d", source.width,
+                           source.height);
             return false;
         }
         if (image.empty()) {

@@ -9,7 +9,8 @@ namespace {
 constexpr const wchar_t* kCameraSettings = L"CameraSettings";
 constexpr const wchar_t* kDefaultUnit = L"Default";
 
-int LoadSection(const T_HOST_OPTIONS& options, CSimpleLog* log, CProfileSection& settings, T_HOST_FAILURE& failure)
+int LoadSection(const T_HOST_OPTIONS& options, CSimpleLog* log, CProfileSection& settings,
+                T_HOST_FAILURE& failure)
 {
     const CString file = FromPath(ToPath(options.strProfile));
     CProfile profile(file.c_str());

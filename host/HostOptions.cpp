@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include <charconv>
+#include <cmath>
 
 namespace alidade {
 namespace {
@@ -51,7 +52,8 @@ void DefineOptions(CLI::App& app, T_WORDS& words)
     app.add_option("--save", words.save, "Files to write, as \"out/%04d.png\"; numbers begin with 1")
         ->type_name("PATTERN");
     app.add_option("--report", words.report, "JSON report to write")->type_name("FILE");
-    app.add_option("--clip", words.clip, "Part of the driver's picture to take, in pixels")->type_name("X,Y,W,H");
+    app.add_option("--clip", words.clip, "Part of the driver's picture to take, in pixels")
+        ->type_name("X,Y,W,H");
     app.add_option("--buffers", words.buffers, "Frames that may wait to be written (by their size)")
         ->type_name("N")
         ->check(Within(1, 10000));
@@ -92,7 +94,8 @@ int Understand(const T_WORDS& words, T_HOST_OPTIONS& options, T_HOST_FAILURE& fa
     for (const std::string& setting : words.settings) {
         const std::size_t equals = setting.find('=');
         if (equals == 0 || equals == setting.npos) {
-            return Refuse(failure, kExitUsage, L"--set " + ToWide(setting) + L" is not of the form KEY=VALUE");
+            return Refuse(failure, kExitUsage,
+                          L"--set " + ToWide(setting) + L" is not of the form KEY=VALUE");
         }
         options.settings.emplace_back(ToWide(setting.substr(0, equals)), ToWide(setting.substr(equals + 1)));
     }
@@ -110,8 +113,12 @@ int Understand(const T_WORDS& words, T_HOST_OPTIONS& options, T_HOST_FAILURE& fa
     if (!words.clip.empty()) {
         options.clip = ParseClip(words.clip);
         if (!options.clip) {
-            return Refuse(failure, kExitUsage, L"--clip " + ToWide(words.clip) + L" is not of the form X,Y,W,H");
+            return Refuse(failure, kExitUsage,
+                          L"--clip " + ToWide(words.clip) + L" is not of the form X,Y,W,H");
         }
+    }
+    if (!std::isfinite(words.timeout)) {
+        return Refuse(failure, kExitUsage, L"--timeout takes a number of seconds");
     }
     options.nBuffers = words.buffers;
     options.dwTimeout = static_cast<DWORD>(words.timeout * 1000);
@@ -126,7 +133,8 @@ int ParseHostOptions(int argc, const char* const* argv, T_HOST_OPTIONS& options,
                      T_HOST_FAILURE& failure)
 {
     T_WORDS words;
-    CLI::App app("Takes frames from a camera driver: writes them as files and reports on the stream.", "alidade-host");
+    CLI::App app("Takes frames from a camera driver: writes them as files and reports on the stream.",
+                 "alidade-host");
     DefineOptions(app, words);
     try {
         app.parse(argc, argv);

@@ -6,7 +6,7 @@
 namespace alidade {
 namespace {
 
-constexpr double kWidth = 0.01;            // of a class, in the natural logarithm
+constexpr double kWidth = 0.01;             // of a class, in the natural logarithm
 constexpr double kLeastMilliseconds = 1e-3; // shorter ones count as this
 constexpr double kGapFactor = 1.5;
 constexpr double kGapLeastMilliseconds = 5;

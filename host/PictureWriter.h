@@ -7,8 +7,8 @@
 
 namespace alidade {
 
-/// Writes frames as numbered picture files; each is written beside its place and then renamed, so that none is
-/// ever seen half written. Bound to one thread.
+/// Writes frames as numbered picture files; each is written beside its place and then renamed, so that none
+/// is ever seen half written. Bound to one thread.
 class CPictureWriter {
 public:
     explicit CPictureWriter(CFileNamePattern pattern);

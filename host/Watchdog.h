@@ -8,8 +8,8 @@
 namespace alidade {
 
 /// Bounds a call that may never return, such as one into a driver: when the object lives longer than its
-/// time, `expired` runs on a thread of its own. Since the call cannot be taken back, all that is left to it is
-/// to end the process.
+/// time, `expired` runs on a thread of its own. Since the call cannot be taken back, all that is left to it
+/// is to end the process.
 class CWatchdog {
 public:
     CWatchdog(DWORD ms, std::function<void()> expired);

@@ -44,8 +44,11 @@ private:
         }
         if (arv_camera_is_feature_available(m_pCamera, "TriggerMode", nullptr)) {
             arv_camera_clear_triggers(m_pCamera, m_error.Place());
+            if (m_error.IsSet() && TextOf(arv_camera_get_string(m_pCamera, "TriggerMode", nullptr)) != "Off") {
+                return IsDone(kTriggerMode, "Off");
+            }
         }
-        return IsDone(kTriggerMode, "Off");
+        return true;
     }
 
     bool SetPixelFormat()

@@ -1,5 +1,6 @@
 #include "CameraSession.h"
 
+#include "LostDevices.h"
 #include "PixelFormat.h"
 #include "SocketBuffer.h"
 #include "foundation/platform/Text.h"
@@ -59,9 +60,13 @@ void CCameraSession::Close()
     if (!m_camera) {
         return;
     }
-    StopAcquisition();
     g_signal_handler_disconnect(arv_camera_get_device(m_camera.get()), m_nSignal);
-    m_camera.reset();
+    if (IsControlLost()) {
+        ReleaseLostDevice(std::move(m_camera), std::move(m_stream));
+    } else {
+        StopAcquisition();
+        m_camera.reset();
+    }
     m_lost.reset();
 }
 
@@ -106,10 +111,7 @@ void CCameraSession::StopAcquisition()
     if (!m_stream) {
         return;
     }
-    // A camera that is gone cannot be stopped, and asking it takes seconds.
-    if (!IsControlLost()) {
-        arv_camera_stop_acquisition(m_camera.get(), nullptr);
-    }
+    arv_camera_stop_acquisition(m_camera.get(), nullptr);
     m_stream.reset();
 }
 
@@ -131,6 +133,14 @@ std::uint64_t CCameraSession::GetUnderruns() const
 }
 
 bool CCameraSession::IsAnswering()
+{
+    if (!Ask()) {
+        m_lost->store(true);
+    }
+    return !IsControlLost();
+}
+
+bool CCameraSession::Ask()
 {
     constexpr guint64 kControlChannelPrivilege = 0x0A00; // GigE Vision bootstrap register
     constexpr guint32 kExclusiveOrControl = 3;

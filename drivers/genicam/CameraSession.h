@@ -26,7 +26,7 @@ public:
     /// @param id       the camera asked for, as in OpenDevice
     /// @param message  the reason of a failure; the session is closed then
     eOPENED Open(const T_GENICAM_SETTINGS& settings, const CStringA& id, CStringA& message);
-    /// Allowed when nothing is open. A camera that does not answer any more makes it take some seconds.
+    /// Allowed when nothing is open. What is left of a lost camera goes in the background.
     void Close();
     bool IsOpen() const { return m_camera != nullptr; }
 
@@ -43,7 +43,7 @@ public:
 
     /// True once the camera has said, or has been found out by the heartbeat, to be ours no longer.
     bool IsControlLost() const { return m_lost && m_lost->load(); }
-    /// Asks the camera; takes up to some seconds when it does not answer.
+    /// Asks the camera; takes up to some seconds when it does not answer. It counts as lost then.
     bool IsAnswering();
     bool SendSoftwareTrigger(CStringA& reason);
 
@@ -59,6 +59,7 @@ public:
     int GetSocketBufferGranted() const { return m_nSocketBufferGranted; }
 
 private:
+    bool Ask();
     void WatchControl();
     void SetUpNetworkStream();
 

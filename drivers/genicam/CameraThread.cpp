@@ -132,6 +132,11 @@ void CFrameGrabberGenICam::StopCamera()
         const std::lock_guard lock(m_sessionLock);
         m_session.StopAcquisition();
     }
+    ReportStop();
+}
+
+void CFrameGrabberGenICam::ReportStop()
+{
     const T_GENICAM_STATISTICS now = GetStatistics();
     const CStringA drops = DropText(m_atStart, now);
     WriteLog(kLogNormal, "GenICam %s : capture stopped, %llu frames delivered; not delivered: %s",
@@ -156,12 +161,11 @@ void CFrameGrabberGenICam::Pump()
 
 void CFrameGrabberGenICam::OnSilence()
 {
-    if (!m_settings.bTrigger) {
-        Count([](auto& s) { ++s.nTimeouts; });
-        ReportDrops();
-    }
     if (!IsAnswering()) {
         OnLost("it sends no frames and no longer answers");
+    } else if (!m_settings.bTrigger) {
+        Count([](auto& s) { ++s.nTimeouts; });
+        ReportDrops();
     }
     m_dwLastBuffer = GetTickCount();
 }
@@ -283,7 +287,9 @@ void CFrameGrabberGenICam::OnLost(const char* reason)
     });
     WriteErrorLog(L"GenICam %S : the camera is lost: %S. It is opened again as soon as it is back",
                   m_session.GetName().c_str(), reason);
-    StopCamera();
+    if (m_session.IsAcquiring()) {
+        ReportStop();
+    }
     const std::lock_guard lock(m_sessionLock);
     m_session.Close();
 }

@@ -53,6 +53,7 @@ private:
     void StopCamera();
     void ReportSocketBuffer();
     void ReportDrops();
+    void ReportStop();
     template <class Change>
     void Count(Change change);
 

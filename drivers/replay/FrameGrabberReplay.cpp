@@ -59,7 +59,10 @@ int CFrameGrabberReplay::Open(const CProfileSection& settings, CString& message)
     }
     m_bReady = true;
     m_bEnded = false;
-    m_imageSize = m_pPlayer->GetSize();
+    {
+        CS imageLock(&m_imageLock); // somebody may ask for the size
+        m_imageSize = m_pPlayer->GetSize();
+    }
     m_thread = std::thread([this] { Run(); });
     m_bOpen = true;
     message = Format(L"Replay: %s", m_pPlayer->Describe().c_str());

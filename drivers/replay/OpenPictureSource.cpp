@@ -69,7 +69,8 @@ std::unique_ptr<IPictureSource> OpenFolder(const fs::path& folder, const CString
     return std::make_unique<CPictureFiles>(std::move(files), settings.eColor);
 }
 
-std::unique_ptr<IPictureSource> OpenFile(const fs::path& path, const T_REPLAY_SETTINGS& settings, CString& message)
+std::unique_ptr<IPictureSource> OpenFile(const fs::path& path, const T_REPLAY_SETTINGS& settings,
+                                         CString& message)
 {
     if (IsPictureName(path)) {
         return std::make_unique<CPictureFiles>(std::vector<fs::path>{path}, settings.eColor);

@@ -10,8 +10,8 @@ namespace alidade {
 namespace {
 
 constexpr std::wstring_view kExtensions[] = {
-    L".bmp", L".dib", L".exr", L".hdr", L".jp2", L".jpe", L".jpeg", L".jpg", L".pbm", L".pfm",  L".pgm",
-    L".png", L".pnm", L".ppm", L".pxm", L".ras", L".sr",  L".tif",  L".tiff", L".webp",
+    L".bmp", L".dib", L".exr", L".hdr", L".jp2", L".jpe", L".jpeg", L".jpg", L".pbm",  L".pfm",
+    L".pgm", L".png", L".pnm", L".ppm", L".pxm", L".ras", L".sr",   L".tif", L".tiff", L".webp",
 };
 
 int DecoderFlags(eREPLAY_COLOR color)

@@ -7,8 +7,8 @@ namespace {
 
 CString FormatName(cv::Size size, int type)
 {
-    static constexpr const wchar_t* kDepths[] = {L"8-bit", L"signed 8-bit", L"16-bit", L"signed 16-bit",
-                                                 L"32-bit", L"float", L"double", L"half float"};
+    static constexpr const wchar_t* kDepths[] = {L"8-bit",  L"signed 8-bit", L"16-bit", L"signed 16-bit",
+                                                 L"32-bit", L"float",        L"double", L"half float"};
     return Format(L"%d x %d, %s %s", size.width, size.height, kDepths[CV_MAT_DEPTH(type)],
                   CV_MAT_CN(type) == 1 ? L"grey" : L"colour");
 }
@@ -26,7 +26,8 @@ IPictureSource::eNEXT CPicturePlayer::Next(cv::Mat& picture)
     if (next == IPictureSource::UNREADABLE) {
         ++m_counters.nUnreadable;
         if (IsNewProblem()) {
-            m_log.WriteLog(kLogError, L"Replay: %s cannot be read and is skipped", m_pSource->GetName().c_str());
+            m_log.WriteLog(kLogError, L"Replay: %s cannot be read and is skipped",
+                           m_pSource->GetName().c_str());
         }
     }
     if (next != IPictureSource::PICTURE) {
@@ -40,9 +41,9 @@ IPictureSource::eNEXT CPicturePlayer::Next(cv::Mat& picture)
     if (picture.size() != m_size || picture.type() != m_nType) {
         ++m_counters.nOtherFormat;
         if (IsNewProblem()) {
-            m_log.WriteLog(kLogError, L"Replay: %s (%s) is skipped: %s is %s",
-                           m_pSource->GetName().c_str(), FormatName(picture.size(), picture.type()).c_str(),
-                           m_strFirst.c_str(), FormatName(m_size, m_nType).c_str());
+            m_log.WriteLog(kLogError, L"Replay: %s (%s) is skipped: %s is %s", m_pSource->GetName().c_str(),
+                           FormatName(picture.size(), picture.type()).c_str(), m_strFirst.c_str(),
+                           FormatName(m_size, m_nType).c_str());
         }
         return IPictureSource::UNREADABLE;
     }

@@ -15,7 +15,7 @@ public:
         unsigned long long nDelivered = 0;
         unsigned long long nUnreadable = 0;
         unsigned long long nOtherFormat = 0; // of another size or type than the first
-        unsigned long long nFailed = 0; // ended in an exception of whoever took the frame
+        unsigned long long nFailed = 0;      // ended in an exception of whoever took the frame
     };
 
     CPicturePlayer(std::unique_ptr<IPictureSource> source, CSimpleLogInterface& log);

@@ -10,7 +10,7 @@ namespace alidade {
 inline constexpr std::size_t kMaxSectionDepth = 64;
 /// Most settings, with the names in all section headings, that a settings file may hold: what is beyond it
 /// counts as damage, so that a file of noise does not take all memory.
-inline constexpr std::size_t kMaxSettings = 1000000;
+inline constexpr std::size_t kMaxSettings = 250000;
 
 /// One line of an INI text. The views lie in the text.
 struct T_INI_LINE {

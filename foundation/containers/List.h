@@ -343,7 +343,6 @@ public:
 
     int Insert(ARG item, int index = -1) override
     {
-        CS lock(this->GetLock());
         Node* const node = new (std::nothrow) Node{std::move(item), nullptr, nullptr};
         return node != nullptr ? InsertNode(node, index) : -1;
     }

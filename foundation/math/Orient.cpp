@@ -4,51 +4,137 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <opencv2/core/hal/intrin.hpp>
+#include <type_traits>
 
 namespace alidade {
 namespace {
 
-constexpr int kBlock = 64;                                // pixels: a block's rows stay in the first-level cache
 constexpr std::size_t kParallelBytes = std::size_t{1} << 20; // below, handing over costs more than it gains
+
+/// Side of a block in pixels: a block and its packed copy stay in the first-level cache.
+template <std::size_t SIZE>
+constexpr int kBlock = SIZE <= 4 ? 64 : 32;
 
 template <std::size_t SIZE>
 struct Pixel {
     std::array<std::uint8_t, SIZE> bytes;
 };
 
-/// Turns the target rows [first, last): each target row is a source column.
-template <class T>
-void TransposeRows(const cv::Mat& source, cv::Mat& target, bool flipRows, bool flipColumns, int first, int last)
+/// A block of the source with its rows close together. In place, rows a power of two apart would fall on the
+/// same few lines of the cache.
+template <std::size_t SIZE>
+struct PackedBlock {
+    static constexpr int kSide = kBlock<SIZE>;
+    static constexpr std::size_t kStep = static_cast<std::size_t>(kSide) * SIZE + 16;
+
+    const std::uint8_t* At(int row, int column) const
+    {
+        return bytes + static_cast<std::size_t>(row) * kStep + static_cast<std::size_t>(column) * SIZE;
+    }
+
+    alignas(64) std::uint8_t bytes[static_cast<std::size_t>(kSide) * kStep + 16];
+};
+
+/// Writes one column of the block as a row of the target.
+template <std::size_t SIZE>
+void ColumnToRow(const PackedBlock<SIZE>& block, int column, int rows, std::uint8_t* to)
 {
-    const std::ptrdiff_t sourceStep = static_cast<std::ptrdiff_t>(source.step);
-    for (int blockRow = first; blockRow < last; blockRow += kBlock) {
-        const int rowEnd = std::min(blockRow + kBlock, last);
-        for (int blockColumn = 0; blockColumn < target.cols; blockColumn += kBlock) {
-            const int columns = std::min(kBlock, target.cols - blockColumn);
-            for (int row = blockRow; row < rowEnd; ++row) {
-                const int sourceColumn = flipRows ? source.cols - 1 - row : row;
-                const int sourceRow = flipColumns ? source.rows - 1 - blockColumn : blockColumn;
-                const std::uint8_t* from = source.ptr(sourceRow) + static_cast<std::size_t>(sourceColumn) * sizeof(T);
-                const std::ptrdiff_t step = flipColumns ? -sourceStep : sourceStep;
-                std::uint8_t* to = target.ptr(row) + static_cast<std::size_t>(blockColumn) * sizeof(T);
-                for (int i = 0; i < columns; ++i, from += step, to += sizeof(T)) {
-                    std::memcpy(to, from, sizeof(T));
-                }
-            }
+    const std::uint8_t* from = block.At(0, column);
+    if constexpr (SIZE == 3 || SIZE == 6) {
+        // One word a pixel: what it writes too much, the next pixel overwrites.
+        using Word = std::conditional_t<SIZE == 3, std::uint32_t, std::uint64_t>;
+        for (int i = 1; i < rows; ++i, from += PackedBlock<SIZE>::kStep, to += SIZE) {
+            Word word;
+            std::memcpy(&word, from, sizeof(Word));
+            std::memcpy(to, &word, sizeof(Word));
+        }
+        std::memcpy(to, from, SIZE);
+    } else {
+        for (int i = 0; i < rows; ++i, from += PackedBlock<SIZE>::kStep, to += SIZE) {
+            std::memcpy(to, from, SIZE);
         }
     }
 }
 
-template <class T>
+#if CV_SIMD128
+/// A tile of 16 by 16 bytes: four rounds of zipping the first half of the rows with the second transpose it.
+/// `step` of the target may be negative.
+void TransposeTile(const PackedBlock<1>& block, int row, int column, std::uint8_t* to, std::ptrdiff_t step)
+{
+    cv::v_uint8x16 rows[16];
+    cv::v_uint8x16 zipped[16];
+    for (int i = 0; i < 16; ++i) {
+        rows[i] = cv::v_load(block.At(row + i, column));
+    }
+    for (int round = 0; round < 2; ++round) {
+        for (int i = 0; i < 8; ++i) {
+            cv::v_zip(rows[i], rows[i + 8], zipped[2 * i], zipped[2 * i + 1]);
+        }
+        for (int i = 0; i < 8; ++i) {
+            cv::v_zip(zipped[i], zipped[i + 8], rows[2 * i], rows[2 * i + 1]);
+        }
+    }
+    for (int i = 0; i < 16; ++i, to += step) {
+        cv::v_store(to, rows[i]);
+    }
+}
+#endif
+
+/// Writes the block's first `columns` columns of `rows` pixels each as rows of the target, `step` bytes apart.
+template <std::size_t SIZE>
+void WriteTransposed(const PackedBlock<SIZE>& block, int rows, int columns, std::uint8_t* to, std::ptrdiff_t step)
+{
+#if CV_SIMD128
+    if constexpr (SIZE == 1) {
+        if (rows % 16 == 0 && columns % 16 == 0) {
+            for (int column = 0; column < columns; column += 16) {
+                for (int row = 0; row < rows; row += 16) {
+                    TransposeTile(block, row, column, to + column * step + row, step);
+                }
+            }
+            return;
+        }
+    }
+#endif
+    for (int column = 0; column < columns; ++column) {
+        ColumnToRow(block, column, rows, to + column * step);
+    }
+}
+
+/// Turns the target rows [first, last): each target row is a source column.
+template <std::size_t SIZE>
+void TransposeRows(const cv::Mat& source, cv::Mat& target, bool flipRows, bool flipColumns, int first, int last)
+{
+    constexpr int side = kBlock<SIZE>;
+    PackedBlock<SIZE> block;
+    const std::ptrdiff_t step = static_cast<std::ptrdiff_t>(target.step);
+    for (int targetRow = first; targetRow < last; targetRow += side) {
+        const int columns = std::min(side, last - targetRow); // of the source's block
+        const int sourceColumn = flipRows ? source.cols - targetRow - columns : targetRow;
+        for (int targetColumn = 0; targetColumn < target.cols; targetColumn += side) {
+            const int rows = std::min(side, target.cols - targetColumn);
+            for (int i = 0; i < rows; ++i) {
+                const int sourceRow = flipColumns ? source.rows - 1 - (targetColumn + i) : targetColumn + i;
+                std::memcpy(const_cast<std::uint8_t*>(block.At(i, 0)), source.ptr(sourceRow, sourceColumn),
+                            static_cast<std::size_t>(columns) * SIZE);
+            }
+            std::uint8_t* const to = target.ptr(flipRows ? targetRow + columns - 1 : targetRow, targetColumn);
+            WriteTransposed(block, rows, columns, to, flipRows ? -step : step);
+        }
+    }
+}
+
+template <std::size_t SIZE>
 void MirrorRows(const cv::Mat& source, cv::Mat& target, bool flipRows, bool flipColumns, int first, int last)
 {
     for (int row = first; row < last; ++row) {
-        const auto* from = reinterpret_cast<const T*>(source.ptr(flipRows ? source.rows - 1 - row : row));
-        auto* to = reinterpret_cast<T*>(target.ptr(row));
+        const auto* from = reinterpret_cast<const Pixel<SIZE>*>(source.ptr(flipRows ? source.rows - 1 - row : row));
+        auto* to = reinterpret_cast<Pixel<SIZE>*>(target.ptr(row));
         if (flipColumns) {
             std::reverse_copy(from, from + source.cols, to);
         } else {
-            std::memcpy(to, from, static_cast<std::size_t>(source.cols) * sizeof(T));
+            std::memcpy(to, from, static_cast<std::size_t>(source.cols) * SIZE);
         }
     }
 }
@@ -58,7 +144,7 @@ using RowFunction = void (*)(const cv::Mat&, cv::Mat&, bool, bool, int, int);
 template <std::size_t SIZE>
 RowFunction Select(bool transpose)
 {
-    return transpose ? TransposeRows<Pixel<SIZE>> : MirrorRows<Pixel<SIZE>>;
+    return transpose ? TransposeRows<SIZE> : MirrorRows<SIZE>;
 }
 
 RowFunction Select(std::size_t elemSize, bool transpose)
@@ -96,10 +182,10 @@ void OrientImage(const cv::Mat& source, cv::Mat& target, const T_ORIENTATION& or
         return;
     }
     // Stripes of whole blocks, so that no two threads write into one block of the target.
-    const int stripes = (target.rows + kBlock - 1) / kBlock;
-    cv::parallel_for_(cv::Range(0, stripes), [&](const cv::Range& range) {
-        rows(source, target, orientation.flipRows, orientation.flipColumns, range.start * kBlock,
-             std::min(range.end * kBlock, target.rows));
+    constexpr int kStripe = 64;
+    cv::parallel_for_(cv::Range(0, (target.rows + kStripe - 1) / kStripe), [&](const cv::Range& range) {
+        rows(source, target, orientation.flipRows, orientation.flipColumns, range.start * kStripe,
+             std::min(range.end * kStripe, target.rows));
     });
 }
 

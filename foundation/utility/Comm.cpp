@@ -24,8 +24,8 @@ CXComm::CXComm() : m_pImpl(std::make_unique<Impl>())
 
 CXComm::~CXComm() = default;
 
-int CXComm::Open(const wchar_t* port, DWORD baud, int, BYTE byteSize, BYTE parity, BYTE stopBits, int, int,
-                 BYTE flowControl)
+int CXComm::Open(const wchar_t* port, DWORD baud, int exclusive, BYTE byteSize, BYTE parity, BYTE stopBits, int,
+                 int, BYTE flowControl)
 {
     Impl& impl = *m_pImpl;
     Close();
@@ -40,6 +40,7 @@ int CXComm::Open(const wchar_t* port, DWORD baud, int, BYTE byteSize, BYTE parit
     settings.parity = parity;
     settings.twoStopBits = stopBits == STOPBITS_2;
     settings.flowControl = flowControl;
+    settings.exclusive = exclusive != 0;
     if (name.empty()) {
         return impl.Fail(L"no port is named");
     }

@@ -7,7 +7,8 @@
 
 namespace alidade {
 
-/// A serial port. Bound to one thread at a time; every wait has its time-out.
+/// A serial port, or a pseudo-terminal that stands for one. Bound to one thread at a time; every wait has its
+/// time-out, and ends when the device goes away.
 class ALIDADE_FOUNDATION_API CXComm {
 public:
     enum ePURGE : DWORD { PURGE_TXABORT = 1, PURGE_RXABORT = 2, PURGE_TXCLEAR = 4, PURGE_RXCLEAR = 8, PURGE_ALL = 15 };
@@ -22,17 +23,22 @@ public:
 
     /// Opens and sets up a port; an open one is closed first. Zero stands for 9600 baud and 8 bits.
     /// @param port  the system's name, as "COM3" or "/dev/ttyUSB0"; a leading "\\.\" is taken
-    /// @param exclusive, reserved1, reserved2  1, 0 and 0 in this system
+    /// @param exclusive  non-zero: fails when another has opened the port so
+    /// @param stopBits  STOPBITS_1 or STOPBITS_2; 1.5 is refused
+    /// @param reserved1, reserved2  0
     /// @return 1, or 0 with the port closed and the reason in GetError
     int Open(const wchar_t* port, DWORD baud, int exclusive, BYTE byteSize, BYTE parity, BYTE stopBits, int reserved1,
              int reserved2, BYTE flowControl);
     int Close();
     int IsOpen() const;
-    /// @return number of bytes moved within the time; fewer than asked means the time was over
+    /// @param timeoutMs  0 takes what there is at once; INFINITE has no limit
+    /// @return number of bytes moved; fewer than asked means that the time was over or that the line failed,
+    ///         which GetError then tells
     DWORD Read(void* buffer, DWORD size, DWORD timeoutMs);
     DWORD Write(const void* data, DWORD size, DWORD timeoutMs);
     /// Drops what waits in the directions of `flags` (ePURGE). 1 on success.
     int Purge(DWORD flags);
+    /// Why the last operation that failed did so; Open clears it.
     const CString& GetError() const;
 
 private:

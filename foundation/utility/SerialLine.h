@@ -13,6 +13,7 @@ struct T_SERIAL_SETTINGS {
     BYTE parity = 0;
     bool twoStopBits = false;
     BYTE flowControl = 0;
+    bool exclusive = true; // fails when another program, or object, that asks for this too has the line
 };
 
 /// An open serial line; it is closed with the object. Bound to one thread at a time.
@@ -34,5 +35,9 @@ std::unique_ptr<ISerialLine> OpenSerialPort(const CString& name, const T_SERIAL_
 /// simulated devices and servers of remote ports are reached.
 /// @return null on failure, with `error` written when `name` is such a device, and untouched otherwise
 std::unique_ptr<ISerialLine> OpenTerminal(const CString& name, const T_SERIAL_SETTINGS& settings, CString& error);
+
+/// Takes an open device for this handle alone, where opening does not do so anyway.
+/// @return false, with `error` written, when another has it
+bool ClaimDevice(std::intptr_t handle, CString& error);
 
 } // namespace alidade

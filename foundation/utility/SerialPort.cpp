@@ -2,10 +2,14 @@
 #include "foundation/utility/Comm.h"
 #include "foundation/utility/SerialLine.h"
 
+#include <algorithm>
+#include <chrono>
 #include <libserialport.h>
 
 namespace alidade {
 namespace {
+
+using Clock = std::chrono::steady_clock;
 
 constexpr sp_parity kParities[] = {SP_PARITY_NONE, SP_PARITY_ODD, SP_PARITY_EVEN, SP_PARITY_MARK, SP_PARITY_SPACE};
 constexpr sp_flowcontrol kFlows[] = {SP_FLOWCONTROL_NONE, SP_FLOWCONTROL_RTSCTS, SP_FLOWCONTROL_XONXOFF,
@@ -48,26 +52,55 @@ public:
         sp_free_port(m_pPort);
     }
 
-    sp_return Open(const CString& name, const T_SERIAL_SETTINGS& settings)
+    bool Open(const CString& name, const T_SERIAL_SETTINGS& settings, CString& error)
     {
         sp_return result = FindPort(ToNarrow(name), &m_pPort);
         if (result == SP_OK) {
             result = sp_open(m_pPort, SP_MODE_READ_WRITE);
             m_open = result == SP_OK;
         }
-        return m_open ? Configure(settings) : result;
+        std::intptr_t handle = 0;
+        if (m_open && settings.exclusive && sp_get_port_handle(m_pPort, &handle) == SP_OK &&
+            !ClaimDevice(handle, error)) {
+            return false;
+        }
+        if (m_open) {
+            result = Configure(settings);
+        }
+        if (result != SP_OK) {
+            error = TextOf(result);
+        }
+        return result == SP_OK;
     }
 
+    /// Reads in short waits: the library does not tell a line that was hung up from a silent one, and would go
+    /// on as long as it is let.
     DWORD Read(void* buffer, DWORD size, DWORD timeoutMs, CString& error) override
     {
-        // The library takes a time-out of 0 as no limit.
-        return Count(timeoutMs == 0 ? sp_nonblocking_read(m_pPort, buffer, size)
-                                    : sp_blocking_read(m_pPort, buffer, size, timeoutMs == INFINITE ? 0 : timeoutMs),
-                     error);
+        const Clock::time_point start = Clock::now();
+        DWORD done = 0;
+        for (;;) {
+            const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+            const bool isOver = timeoutMs != INFINITE && elapsed >= timeoutMs;
+            const auto left = timeoutMs == INFINITE ? kShortWait : std::min(kShortWait, timeoutMs - elapsed);
+            char* at = static_cast<char*>(buffer) + done;
+            const sp_return moved = isOver ? sp_nonblocking_read(m_pPort, at, size - done)
+                                           : sp_blocking_read(m_pPort, at, size - done, static_cast<unsigned>(left));
+            const sp_return state = moved == 0 ? sp_input_waiting(m_pPort) : moved;
+            if (state < 0) {
+                error = TextOf(state);
+                return done;
+            }
+            done += static_cast<DWORD>(moved);
+            if (isOver || done >= size) {
+                return done;
+            }
+        }
     }
 
     DWORD Write(const void* data, DWORD size, DWORD timeoutMs, CString& error) override
     {
+        // The library takes a time-out of 0 as no limit.
         return Count(timeoutMs == 0 ? sp_nonblocking_write(m_pPort, data, size)
                                     : sp_blocking_write(m_pPort, data, size, timeoutMs == INFINITE ? 0 : timeoutMs),
                      error);
@@ -105,6 +138,8 @@ private:
         return static_cast<DWORD>(result);
     }
 
+    static constexpr std::int64_t kShortWait = 50; // ms
+
     sp_port* m_pPort = nullptr;
     bool m_open = false;
 };
@@ -114,12 +149,7 @@ private:
 std::unique_ptr<ISerialLine> OpenSerialPort(const CString& name, const T_SERIAL_SETTINGS& settings, CString& error)
 {
     auto port = std::make_unique<CSerialPort>();
-    const sp_return result = port->Open(name, settings);
-    if (result != SP_OK) {
-        error = TextOf(result);
-        return nullptr;
-    }
-    return port;
+    return port->Open(name, settings, error) ? std::move(port) : nullptr;
 }
 
 } // namespace alidade

@@ -7,4 +7,9 @@ std::unique_ptr<ISerialLine> OpenTerminal(const CString&, const T_SERIAL_SETTING
     return nullptr;
 }
 
+bool ClaimDevice(std::intptr_t, CString&)
+{
+    return true;
+}
+
 } // namespace alidade

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/file.h>
 #include <sys/ioctl.h>
 #include <system_error>
 #include <termios.h>
@@ -154,7 +155,18 @@ std::unique_ptr<ISerialLine> OpenTerminal(const CString& name, const T_SERIAL_SE
     if (::isatty(handle) == 0 || ::ioctl(handle, TIOCMGET, &lines) == 0) {
         return nullptr;
     }
-    return terminal->Configure(settings, error) ? std::move(terminal) : nullptr;
+    const bool ok = (!settings.exclusive || ClaimDevice(handle, error)) && terminal->Configure(settings, error);
+    return ok ? std::move(terminal) : nullptr;
+}
+
+bool ClaimDevice(std::intptr_t handle, CString& error)
+{
+    // The lock is kept with the open file and heeded by the usual terminal programs.
+    if (::flock(static_cast<int>(handle), LOCK_EX | LOCK_NB) == 0) {
+        return true;
+    }
+    error = errno == EWOULDBLOCK ? L"in use" : TextOf(errno);
+    return false;
 }
 
 } // namespace alidade

@@ -143,13 +143,14 @@ TEST_F(ProfileDamage, NoiseOfFiftyMegabytesIsReadThroughAndKeptAside)
 TEST_F(ProfileDamage, SettingsBeyondTheMostThatAFileMayHoldCountAsDamage)
 {
     std::string bytes = "[S]\n";
-    for (int i = 0; i < 1000100; ++i) {
-        bytes += "k" + std::to_string(i) + "=\n";
+    for (int i = 0; i < 250100; ++i) {
+        bytes.append("k").append(std::to_string(i)).append("=\n");
     }
-    Put(bytes + "[a/b/c]\nx=1\n");
+    bytes += "[a/b/c]\nx=1\n";
+    Put(bytes);
     ASSERT_EQ(m_profile.Load(), 1);
-    EXPECT_EQ(m_profile.FindSection(L"S")->m_items.Count(), 999999);
-    EXPECT_EQ(m_profile.GetFirstBadLine(), 1000001);
+    EXPECT_EQ(m_profile.FindSection(L"S")->m_items.Count(), 249999);
+    EXPECT_EQ(m_profile.GetFirstBadLine(), 250001);
     EXPECT_EQ(m_profile.FindSection(L"a"), nullptr);
 }
 

@@ -48,7 +48,7 @@ TEST_F(ProfileSave, AFullDiskFailsTheSaveAndKeepsTheOldFileAndTheContent)
 
 TEST_F(ProfileSave, ADamagedFileThatCannotBeKeptAsideIsNotWrittenOver)
 {
-    const std::string old = "[S]\nx=1\n" + std::string(10000, 'b') + "\n";
+    const std::string old = std::string("[S]\nx=1\n").append(10000, 'b').append("\n");
     Put(old);
     ASSERT_EQ(m_profile.Load(), 1);
     EXPECT_TRUE(InChild([&] {
@@ -91,6 +91,25 @@ TEST_F(ProfileSave, AFileThatCouldNotBeReadIsNotLostToASave)
     }));
     ASSERT_EQ(::chmod((m_folder / "settings.ini").c_str(), 0644), 0);
     EXPECT_EQ(Get(), "[S]\nx=1\n");
+}
+
+TEST(SimpleLogOnAFullDisk, IsReportedOnceAndStopsNobody)
+{
+    if (!std::filesystem::exists("/dev/full")) {
+        GTEST_SKIP() << "no device that is always full";
+    }
+    CSimpleLog::Options options;
+    options.path = L"/dev/full";
+    ::testing::internal::CaptureStderr();
+    {
+        CSimpleLog log(options);
+        for (int i = 0; i < 100; ++i) {
+            log.WriteErrorLog(L"%s", CString(1000, L'x').c_str());
+        }
+    }
+    const std::string shown = ::testing::internal::GetCapturedStderr();
+    EXPECT_EQ(std::count(shown.begin(), shown.end(), '\n'), 1) << shown;
+    EXPECT_NE(shown.find("cannot be written"), std::string::npos);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "tests/containers/ListHarness.h"
 
+#include <memory>
 #include <new>
 
 #include <gtest/gtest.h>

@@ -2,7 +2,9 @@
 
 #include <atomic>
 #include <future>
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -169,17 +171,25 @@ TEST(List, TheLockGoesOnAndOffAndOperationsNestInIt)
 
 TEST(List, ThreadsShareAListWithALock)
 {
-    constexpr int kEach = 3000;
+    constexpr int kEach = 20000;
     TList<int> list(true);
     std::atomic<int> removed{0};
+    std::atomic<int> started{0};
+    const auto startTogether = [&] {
+        for (++started; started < 4;) {
+            std::this_thread::yield();
+        }
+    };
     std::vector<std::thread> threads;
     for (int t = 0; t < 2; ++t) {
         threads.emplace_back([&] {
+            startTogether();
             for (int i = 0; i < kEach; ++i) {
                 list.Insert(new int(i), i % 3 - 1);
             }
         });
         threads.emplace_back([&] {
+            startTogether();
             for (int i = 0; i < kEach; ++i) {
                 removed += list.Delete(i % 2 - 1);
                 EXPECT_GE(list.Count(), 0);

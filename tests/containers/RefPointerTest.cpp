@@ -128,7 +128,7 @@ TEST_F(RefPointer, AnArrayIsDestroyedElementByElement)
 
 TEST_F(RefPointer, ThreadsThatCopyAndDropDestroyTheObjectOnce)
 {
-    for (int round = 0; round < 200; ++round) {
+    for (int round = 0; round < 10; ++round) {
         T_NODE::s_destroyed = 0;
         CNodeRef handle(new T_NODE);
         std::atomic<bool> go{false};
@@ -138,7 +138,7 @@ TEST_F(RefPointer, ThreadsThatCopyAndDropDestroyTheObjectOnce)
                 while (!go) {
                     std::this_thread::yield();
                 }
-                for (int i = 0; i < 50; ++i) {
+                for (int i = 0; i < 20000; ++i) {
                     CNodeRef copy(own);
                     CConstNodeRef constant(copy);
                     EXPECT_TRUE(constant.IsValid());

@@ -31,9 +31,10 @@ TEST(FileNamePattern, PutsTheNumberIn)
 
 TEST(FileNamePattern, RefusesWhatIsNotExactlyOneNumber)
 {
-    for (const wchar_t* text : {L"", L"a.png", L"%d-%d.png", L"%s.png", L"%n%d.png", L"%d.png%", L"%", L"%04", L"%-4d.png",
-                                L"%ld.png", L"%*d.png", L"%1$d.png", L"%21d.png", L"%99999999999999999999d.png", L"%%d.png",
-                                L"%x.png", L"%d/a.png", L"%d\\a.png"}) {
+    for (const wchar_t* text :
+         {L"", L"a.png", L"%d-%d.png", L"%s.png", L"%n%d.png", L"%d.png%", L"%", L"%04", L"%-4d.png",
+          L"%ld.png", L"%*d.png", L"%1$d.png", L"%21d.png", L"%99999999999999999999d.png", L"%%d.png",
+          L"%x.png", L"%d/a.png", L"%d\\a.png"}) {
         CFileNamePattern pattern;
         CString error;
         EXPECT_EQ(pattern.Parse(text, error), 0) << ToNarrow(text);

@@ -69,51 +69,66 @@ INSTANTIATE_TEST_SUITE_P(
         ErrorCase{"UnknownDriver", {"--grabber", "Nope"}, 2, "no driver Nope; known are Dummy"},
         ErrorCase{"MisspeltSetting", {"--grabber", "Replay", "--set", "Replay.Sorce=x"}, 2, "Replay.Source"},
         ErrorCase{"NoDriverFolder", {"--grabber", "Dummy", "--drivers", "@/none"}, 2, "is no folder"},
-        ErrorCase{"MissingSource", {"--grabber", "Replay", "--set", "Replay.Source=@/none"}, 1, "none does not exist"},
-        ErrorCase{"MissingProfile", {"--grabber", "Dummy", "--profile", "@/none.ini"}, 1, "none.ini cannot be read"},
-        ErrorCase{"MissingSection", {"--grabber", "Dummy", "--profile", "@/noise.ini"}, 2, "CameraSettings/Default"},
+        ErrorCase{"MissingSource",
+                  {"--grabber", "Replay", "--set", "Replay.Source=@/none"},
+                  1,
+                  "none does not exist"},
+        ErrorCase{"MissingProfile",
+                  {"--grabber", "Dummy", "--profile", "@/none.ini"},
+                  1,
+                  "none.ini cannot be read"},
+        ErrorCase{"MissingSection",
+                  {"--grabber", "Dummy", "--profile", "@/noise.ini"},
+                  2,
+                  "CameraSettings/Default"},
         ErrorCase{"UnwritableFolder", {"--grabber", "Dummy", "--save", "@/file/%d.png"}, 1, "cannot be made"},
         ErrorCase{"ReportIsAFolder", {"--grabber", "Dummy", "--report", "@"}, 1, "is a folder"},
         ErrorCase{"ReportIsADevice", {"--grabber", "Dummy", "--report", "/dev/null"}, 1, "cannot be written"},
         ErrorCase{"UnwritableLog", {"--grabber", "Dummy", "--log", "@/file/x.log"}, 1, "cannot be made"},
-        ErrorCase{"UnknownFormat", {"--grabber", "Dummy", "--save", "@/%d.xyz"}, 2, "no known picture format"}),
+        ErrorCase{
+            "UnknownFormat", {"--grabber", "Dummy", "--save", "@/%d.xyz"}, 2, "no known picture format"}),
     NameOf);
 
 INSTANTIATE_TEST_SUITE_P(
     Frames, HostErrors,
-    testing::Values(
-        ErrorCase{"ClipOutside", {"--grabber", "Dummy", "--clip", "1000,0,25,10"}, 1, "picture of 1024 x 768", true},
-        ErrorCase{"DepthLost",
-                  {"--grabber", "Replay", "--set", "Replay.Source=@/in", "--set", "Replay.Color=Unchanged", "--save",
-                   "@/out/%d.jpg"},
-                  1,
-                  "CV_16UC1 cannot be kept in .jpg",
-                  true},
-        ErrorCase{"SourceEnds",
-                  {"--grabber", "Replay", "--set", "Replay.Source=@/in", "--set", "Replay.Loop=False", "--frames", "2",
-                   "--timeout", "0.3"},
-                  1,
-                  "no frame came for 0.3 s; 1 were taken",
-                  true}),
+    testing::Values(ErrorCase{"ClipOutside",
+                              {"--grabber", "Dummy", "--clip", "1000,0,25,10"},
+                              1,
+                              "picture of 1024 x 768",
+                              true},
+                    ErrorCase{"DepthLost",
+                              {"--grabber", "Replay", "--set", "Replay.Source=@/in", "--set",
+                               "Replay.Color=Unchanged", "--save", "@/out/%d.jpg"},
+                              1,
+                              "CV_16UC1 cannot be kept in .jpg",
+                              true},
+                    ErrorCase{"SourceEnds",
+                              {"--grabber", "Replay", "--set", "Replay.Source=@/in", "--set",
+                               "Replay.Loop=False", "--frames", "2", "--timeout", "0.3"},
+                              1,
+                              "no frame came for 0.3 s; 1 were taken",
+                              true}),
     NameOf);
 
 // Drivers that stall in each of their operations, or deliver nothing of use.
-INSTANTIATE_TEST_SUITE_P(Stalls, HostErrors,
-                         testing::Values(ErrorCase{"Factory", Wrong("FactoryStalls"), 1, "did not open"},
-                                         ErrorCase{"Init", Wrong("InitStalls"), 1, "did not open"},
-                                         ErrorCase{"InitThrows", Wrong("InitThrows"), 1, ""},
-                                         ErrorCase{"Frames", Wrong("NoFrames"), 1, "no frame came for 1.5 s", true},
-                                         ErrorCase{"Empty", Wrong("EmptyImage"), 1, "empty images", true},
-                                         ErrorCase{"Stop", Wrong("StopStalls"), 1, "did not close", true},
-                                         ErrorCase{"Close", Wrong("CloseStalls"), 1, "did not close", true},
-                                         ErrorCase{"Unload", Wrong("UnloadStalls"), 1, "did not unload", true}),
-                         NameOf);
+INSTANTIATE_TEST_SUITE_P(
+    Stalls, HostErrors,
+    testing::Values(ErrorCase{"Factory", Wrong("FactoryStalls"), 1, "did not open"},
+                    ErrorCase{"Init", Wrong("InitStalls"), 1, "did not open"},
+                    ErrorCase{"InitThrows", Wrong("InitThrows"), 1, ""},
+                    ErrorCase{"Frames", Wrong("NoFrames"), 1, "no frame came for 1.5 s", true},
+                    ErrorCase{"Empty", Wrong("EmptyImage"), 1, "empty images", true},
+                    ErrorCase{"Stop", Wrong("StopStalls"), 1, "did not close", true},
+                    ErrorCase{"Close", Wrong("CloseStalls"), 1, "did not close", true},
+                    ErrorCase{"Unload", Wrong("UnloadStalls"), 1, "did not unload", true}),
+    NameOf);
 
 TEST(HostFullDisk, AFolderThatVanishesEndsTheJob)
 {
     CTempFolder folder;
-    CHostProcess host({"--grabber", "Dummy", "--set", "Dummy.resolution=320x200", "--set", "Dummy.FrameRate=100",
-                       "--save", (folder / "out/%04d.png").string(), "--report", (folder / "report.json").string()});
+    CHostProcess host({"--grabber", "Dummy", "--set", "Dummy.resolution=320x200", "--set",
+                       "Dummy.FrameRate=100", "--save", (folder / "out/%04d.png").string(), "--report",
+                       (folder / "report.json").string()});
     const CDeadline deadline(30000);
     while (!std::filesystem::exists(folder / "out/0002.png") && !deadline.IsOver()) {
         Sleep(2);

@@ -7,7 +7,8 @@
 namespace alidade {
 namespace {
 
-int Parse(std::vector<const char*> arguments, T_HOST_OPTIONS& options, CStringA& text, T_HOST_FAILURE& failure)
+int Parse(std::vector<const char*> arguments, T_HOST_OPTIONS& options, CStringA& text,
+          T_HOST_FAILURE& failure)
 {
     arguments.insert(arguments.begin(), "alidade-host");
     return ParseHostOptions(static_cast<int>(arguments.size()), arguments.data(), options, text, failure);
@@ -18,9 +19,32 @@ TEST(HostOptions, ReadsEveryOption)
     T_HOST_OPTIONS options;
     T_HOST_FAILURE failure;
     CStringA text;
-    ASSERT_EQ(Parse({"--grabber", "Replay", "--set", "Replay.Source=/a=b c", "--set=Image.Rotate=1", "--set", "Empty=",
-                     "--frames", "13", "--save", "out/%04d.png", "--report", "r.json", "--profile", "p.ini", "--section",
-                     "Cam1", "--clip", "1,2,30,40", "--buffers", "5", "--timeout", "1.5", "--drivers", "d", "--log",
+    ASSERT_EQ(Parse({"--grabber",
+                     "Replay",
+                     "--set",
+                     "Replay.Source=/a=b c",
+                     "--set=Image.Rotate=1",
+                     "--set",
+                     "Empty=",
+                     "--frames",
+                     "13",
+                     "--save",
+                     "out/%04d.png",
+                     "--report",
+                     "r.json",
+                     "--profile",
+                     "p.ini",
+                     "--section",
+                     "Cam1",
+                     "--clip",
+                     "1,2,30,40",
+                     "--buffers",
+                     "5",
+                     "--timeout",
+                     "1.5",
+                     "--drivers",
+                     "d",
+                     "--log",
                      "\xC3\xA9.log"},
                     options, text, failure),
               1)

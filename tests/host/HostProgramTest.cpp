@@ -43,20 +43,21 @@ TEST_F(HostProgram, PlaysPicturesThroughTurnAndClipToFilesAndAReport)
 {
     PutPictures(7);
     CHostProcess host({"--grabber", "Replay", "--set", Source(), "--set", "Replay.FrameRate=0", "--set",
-                       "Replay.Loop=False", "--set", "Image.Rotate=1", "--clip", "12,0,8,10", "--frames", "7", "--save",
-                       Pattern(), "--report", ReportFile()});
+                       "Replay.Loop=False", "--set", "Image.Rotate=1", "--clip", "12,0,8,10", "--frames", "7",
+                       "--save", Pattern(), "--report", ReportFile()});
     EXPECT_EQ(host.Wait(), 0) << host.Errors();
     EXPECT_EQ(host.Errors(), "");
     EXPECT_EQ(host.Output().find("Replay: 7 frames of 10 x 8 CV_8UC3"), 0u) << host.Output();
 
-    EXPECT_EQ(Files(), (std::vector<std::string>{"0001.png", "0002.png", "0003.png", "0004.png", "0005.png", "0006.png",
-                                                 "0007.png"}));
+    EXPECT_EQ(Files(), (std::vector<std::string>{"0001.png", "0002.png", "0003.png", "0004.png", "0005.png",
+                                                 "0006.png", "0007.png"}));
     for (int i = 1; i <= 7; ++i) {
         const cv::Mat file = File("000" + std::to_string(i) + ".png");
         ASSERT_EQ(file.type(), CV_8UC3);
         ASSERT_EQ(file.size(), cv::Size(10, 8));
         // Turned anticlockwise, the bright left half of the clip is at the bottom.
-        EXPECT_EQ(cv::norm(file.rowRange(4, 8), cv::Mat(4, 10, CV_8UC3, cv::Scalar::all(i)), cv::NORM_INF), 0);
+        EXPECT_EQ(cv::norm(file.rowRange(4, 8), cv::Mat(4, 10, CV_8UC3, cv::Scalar::all(i)), cv::NORM_INF),
+                  0);
         EXPECT_EQ(cv::norm(file.rowRange(0, 4), cv::NORM_INF), 0);
     }
 
@@ -81,8 +82,8 @@ TEST_F(HostProgram, PlaysPicturesThroughTurnAndClipToFilesAndAReport)
 TEST_F(HostProgram, KeepsSixteenBits)
 {
     PutPictures(2, CV_16UC1);
-    CHostProcess host({"--grabber", "Replay", "--set", Source(), "--set", "Replay.Color=Unchanged", "--frames", "2",
-                       "--save", Pattern()});
+    CHostProcess host({"--grabber", "Replay", "--set", Source(), "--set", "Replay.Color=Unchanged",
+                       "--frames", "2", "--save", Pattern()});
     EXPECT_EQ(host.Wait(), 0) << host.Errors();
     const cv::Mat file = File("0002.png");
     ASSERT_EQ(file.type(), CV_16UC1);
@@ -92,8 +93,8 @@ TEST_F(HostProgram, KeepsSixteenBits)
 TEST_F(HostProgram, DropsAreCountedWhenTheDriverIsFasterThanTheWriter)
 {
     PutPictures(100);
-    CHostProcess host({"--grabber", "Replay", "--set", Source(), "--set", "Replay.FrameRate=0", "--frames", "60",
-                       "--buffers", "1", "--save", Pattern(), "--report", ReportFile()});
+    CHostProcess host({"--grabber", "Replay", "--set", Source(), "--set", "Replay.FrameRate=0", "--frames",
+                       "60", "--buffers", "1", "--save", Pattern(), "--report", ReportFile()});
     ASSERT_EQ(host.Wait(), 0) << host.Errors();
     const json report = Report();
     EXPECT_EQ(report["frames"], 60);
@@ -123,8 +124,8 @@ TEST_F(HostProgram, ReadsTheSectionOfASettingsFile)
         {{"--section", "Top", "--set", "Dummy.resolution=128x48"}, 128},
     };
     for (const auto& c : cases) {
-        std::vector<std::string> arguments = {"--grabber", "Dummy",    "--profile", profile,
-                                              "--frames",  "1",        "--report",  ReportFile()};
+        std::vector<std::string> arguments = {"--grabber", "Dummy", "--profile", profile,
+                                              "--frames",  "1",     "--report",  ReportFile()};
         arguments.insert(arguments.end(), c.arguments.begin(), c.arguments.end());
         CHostProcess host(arguments);
         EXPECT_EQ(host.Wait(), 0) << host.Errors();
@@ -134,8 +135,8 @@ TEST_F(HostProgram, ReadsTheSectionOfASettingsFile)
 
 TEST_F(HostProgram, AnInterruptEndsItWithWhatItHas)
 {
-    CHostProcess host({"--grabber", "Dummy", "--set", "Dummy.resolution=320x200", "--set", "Dummy.FrameRate=100",
-                       "--save", Pattern(), "--report", ReportFile()});
+    CHostProcess host({"--grabber", "Dummy", "--set", "Dummy.resolution=320x200", "--set",
+                       "Dummy.FrameRate=100", "--save", Pattern(), "--report", ReportFile()});
     const CDeadline deadline(30000);
     while (!std::filesystem::exists(m_folder / "out/0003.png") && !deadline.IsOver()) {
         Sleep(2);
@@ -158,8 +159,8 @@ TEST_F(HostProgram, ListsDriversWithTheirSettings)
     CHostProcess host({"--list-drivers"});
     EXPECT_EQ(host.Wait(), 0) << host.Errors();
     const std::string list = host.Output();
-    for (const char* line : {"\nReplay\n", "  Replay.Source ", "[Color, Gray, Unchanged]\n", "  Dummy.FrameRate ",
-                             "[15, 30 or another]\n"}) {
+    for (const char* line : {"\nReplay\n", "  Replay.Source ", "[Color, Gray, Unchanged]\n",
+                             "  Dummy.FrameRate ", "[15, 30 or another]\n"}) {
         EXPECT_NE(("\n" + list).find(line), std::string::npos) << line << " is not in\n" << list;
     }
 }
@@ -168,7 +169,8 @@ TEST_F(HostProgram, WritesALog)
 {
     PutPictures(2);
     m_folder.Write("in/0000.png", "junk");
-    CHostProcess host({"--grabber", "Replay", "--set", Source(), "--frames", "4", "--log", (m_folder / "host.log").string()});
+    CHostProcess host({"--grabber", "Replay", "--set", Source(), "--frames", "4", "--log",
+                       (m_folder / "host.log").string()});
     EXPECT_EQ(host.Wait(), 0) << host.Errors();
     EXPECT_NE(m_folder.Read("host.log").find("0000.png cannot be read and is skipped"), std::string::npos);
 }

@@ -25,9 +25,10 @@ TEST_P(HostSamples, GoThroughTurnAndClipToFiles)
     }
     const SampleCase& c = GetParam();
     CTempFolder folder;
-    CHostProcess host({"--grabber", "Replay", "--set", "Replay.Source=" + (samples / c.source).string(), "--set",
-                       "Image.Rotate=1", "--clip", "40,30,560,420", "--frames", std::to_string(c.frames), "--save",
-                       (folder / "out/%04d.png").string(), "--report", (folder / "report.json").string()});
+    CHostProcess host({"--grabber", "Replay", "--set", "Replay.Source=" + (samples / c.source).string(),
+                       "--set", "Image.Rotate=1", "--clip", "40,30,560,420", "--frames",
+                       std::to_string(c.frames), "--save", (folder / "out/%04d.png").string(), "--report",
+                       (folder / "report.json").string()});
     ASSERT_EQ(host.Wait(), 0) << host.Errors();
     const auto report = nlohmann::json::parse(folder.Read("report.json"));
     EXPECT_EQ(report["source_size"]["width"], c.source_size.width);
@@ -39,7 +40,8 @@ TEST_P(HostSamples, GoThroughTurnAndClipToFiles)
     ASSERT_EQ(file.size(), cv::Size(420, 560));
 
     // The same pixels as in the source, clipped and turned anticlockwise. (A film's first frame is no file.)
-    const std::filesystem::path first = std::string(c.source).find('?') != std::string::npos ? "left01.jpg" : c.source;
+    const std::filesystem::path first =
+        std::string(c.source).find('?') != std::string::npos ? "left01.jpg" : c.source;
     const cv::Mat source = cv::imread((samples / first).string());
     if (!source.empty()) {
         cv::Mat expected;

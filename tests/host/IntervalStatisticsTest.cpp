@@ -40,7 +40,8 @@ TEST(IntervalStatistics, AMissingFrameIsAGapAndJitterIsNot)
             statistics.Add(c.odd * 1000);
         }
         EXPECT_EQ(statistics.CountGaps(), c.gaps) << c.what;
-        EXPECT_NEAR(statistics.GetMedian(), static_cast<double>(c.usual) / 1000, static_cast<double>(c.usual) * 1e-5)
+        EXPECT_NEAR(statistics.GetMedian(), static_cast<double>(c.usual) / 1000,
+                    static_cast<double>(c.usual) * 1e-5)
             << c.what;
     }
 }

@@ -26,9 +26,10 @@ TEST(PictureWriter, KeepsEveryPixelOfEveryTypeItTakes)
         int type;
         bool taken;
     } cases[] = {
-        {".png", CV_8UC1, true},    {".png", CV_8UC3, true},   {".png", CV_16UC1, true},  {".png", CV_16UC3, true},
-        {".png", CV_32FC1, false},  {".tif", CV_32FC1, true},  {".TIFF", CV_16UC1, true}, {".bmp", CV_8UC3, true},
-        {".bmp", CV_16UC1, false},  {".jpg", CV_16UC1, false}, {".webp", CV_16UC3, false}, {".png", CV_8UC2, false},
+        {".png", CV_8UC1, true},   {".png", CV_8UC3, true},    {".png", CV_16UC1, true},
+        {".png", CV_16UC3, true},  {".png", CV_32FC1, false},  {".tif", CV_32FC1, true},
+        {".TIFF", CV_16UC1, true}, {".bmp", CV_8UC3, true},    {".bmp", CV_16UC1, false},
+        {".jpg", CV_16UC1, false}, {".webp", CV_16UC3, false}, {".png", CV_8UC2, false},
         {".png", CV_16SC1, false},
     };
     for (const auto& c : cases) {

@@ -4,6 +4,7 @@
 #include <future>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include <gtest/gtest.h>
 

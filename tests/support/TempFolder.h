@@ -19,7 +19,8 @@ public:
         const std::filesystem::path base = std::filesystem::temp_directory_path();
         do {
             m_path = base / name;
-            for (const auto number : {static_cast<long long>(GetTickNanoseconds()), static_cast<long long>(counter++)}) {
+            for (const auto number :
+                 {static_cast<long long>(GetTickNanoseconds()), static_cast<long long>(counter++)}) {
                 m_path += '-';
                 m_path += std::to_string(number);
             }
@@ -38,7 +39,8 @@ public:
 
     void Write(const std::filesystem::path& name, std::string_view bytes) const
     {
-        std::ofstream(m_path / name, std::ios::binary).write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        std::ofstream(m_path / name, std::ios::binary)
+            .write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     }
     std::string Read(const std::filesystem::path& name) const
     {

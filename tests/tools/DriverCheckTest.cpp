@@ -1,64 +1,18 @@
 // The conformance kit, run as a program against drivers that are right and drivers that are wrong in one way.
 
 #include "DriverCheck.h"
+#include "CheckRun.h"
 #include "DeadlineRunner.h"
-#include "RunProgram.h"
 
 #include "tests/support/TempFolder.h"
 
 #include <future>
 #include <gtest/gtest.h>
-#include <map>
 #include <opencv2/imgcodecs.hpp>
-#include <set>
-#include <sstream>
 
 using namespace alidade;
 
 namespace {
-
-struct T_LINE {
-    std::string word; // "ok", "FAIL" or "skip"
-    std::string reason;
-};
-
-struct T_CHECK_RUN {
-    int status;
-    std::string output;
-    std::map<std::string, T_LINE> lines; // by check
-    std::string last;                    // the summary
-};
-
-T_CHECK_RUN RunCheck(const std::vector<std::string>& arguments)
-{
-    const T_PROGRAM_RUN program = RunProgram(ALIDADE_DRIVER_CHECK, arguments);
-    T_CHECK_RUN run{program.status, program.output, {}, ""};
-    std::istringstream lines(program.output);
-    for (std::string line; std::getline(lines, line); run.last = line) {
-        std::istringstream words(line);
-        std::string word, name;
-        words >> word >> name;
-        if (word == "ok" || word == "FAIL" || word == "skip") {
-            const std::size_t colon = name.find(':');
-            run.lines[name.substr(0, colon)] = {word,
-                                                colon == name.npos ? "" : line.substr(line.find(": ") + 2)};
-        }
-    }
-    return run;
-}
-
-std::set<std::string> ChecksWith(const T_CHECK_RUN& run, const std::string& word)
-{
-    std::set<std::string> checks;
-    for (const auto& [name, line] : run.lines) {
-        if (line.word == word) {
-            checks.insert(name);
-        }
-    }
-    return checks;
-}
-
-using Names = std::set<std::string>;
 
 std::string WrongDriver(const std::string& name)
 {
@@ -176,7 +130,7 @@ TEST(DriverCheck, SettingsReachTheDriver)
 TEST(DriverCheck, ASlowCameraIsJudgedByTheFramesThatItMakes)
 {
     const T_CHECK_RUN run = RunCheck(
-        {"Dummy", "Dummy.FrameRate=4", "Dummy.resolution=64x64", "--deadline", "2", "--watch", "50"});
+        {"Dummy", "Dummy.FrameRate=5", "Dummy.resolution=64x64", "--deadline", "3", "--watch", "50"});
     EXPECT_EQ(run.status, 0) << run.output;
     EXPECT_EQ(ChecksWith(run, "skip"), (Names{"loads", "unload", "steady-image"})) << run.output;
 }

@@ -19,12 +19,13 @@
 namespace {
 
 bool g_hasModemLines = false;
+int g_modemLineCalls = 0; // that were answered
 
 } // namespace
 
 /// Stands before the system's function of this name, to give pseudo-terminals the modem lines without which
 /// they do not pass for serial ports.
-extern "C" int ioctl(int handle, unsigned long request, ...) noexcept
+extern "C" __attribute__((visibility("default"))) int ioctl(int handle, unsigned long request, ...) noexcept
 {
     using Function = int (*)(int, unsigned long, ...);
     static const auto system = reinterpret_cast<Function>(::dlsym(RTLD_NEXT, "ioctl"));
@@ -37,6 +38,7 @@ extern "C" int ioctl(int handle, unsigned long request, ...) noexcept
     if (result == 0 || !isLines || !g_hasModemLines || ::isatty(handle) == 0) {
         return result;
     }
+    ++g_modemLineCalls;
     if (request == TIOCMGET) {
         *static_cast<int*>(argument) = TIOCM_CTS | TIOCM_DSR | TIOCM_CAR;
     }
@@ -111,7 +113,12 @@ private:
 /// Each test runs on a line with modem lines, which is opened as a serial port, and on one without.
 class Comm : public ::testing::TestWithParam<bool> {
 protected:
-    Comm() { g_hasModemLines = GetParam(); }
+    Comm()
+    {
+        g_hasModemLines = GetParam();
+        g_modemLineCalls = 0;
+    }
+    void TearDown() override { EXPECT_EQ(g_modemLineCalls > 0, GetParam()) << "opened as the other kind"; }
 };
 INSTANTIATE_TEST_SUITE_P(, Comm, ::testing::Bool(), [](const auto& info) {
     return info.param ? std::string("SerialPort") : std::string("Terminal");
@@ -227,8 +234,24 @@ TEST_P(Comm, ALineThatTheOtherSideClosesEndsReadingAndWriting)
     char buffer[4];
     EXPECT_EQ(port.Read(buffer, 4, 200), 0u);
     EXPECT_NE(port.GetError(), L"");
+    EXPECT_EQ(port.Read(buffer, 4, INFINITE), 0u) << "without a limit too";
     EXPECT_EQ(port.Write("x", 1, 200), 0u);
     EXPECT_EQ(port.Close(), 1);
+}
+
+TEST_P(Comm, APortIsHadByOneAtATime)
+{
+    CLine line;
+    CXComm port;
+    ASSERT_EQ(OpenPlain(port, line.Name()), 1);
+    CXComm other;
+    EXPECT_EQ(OpenPlain(other, line.Name()), 0);
+    EXPECT_NE(other.GetError().find(L"in use"), CString::npos);
+    EXPECT_EQ(port.Write("x", 1, kLong), 1u) << "the one that has it is not disturbed";
+    EXPECT_EQ(line.Receive(1), "x");
+    port.Close();
+    EXPECT_EQ(OpenPlain(other, line.Name()), 1);
+    EXPECT_EQ(port.Open(line.Name().c_str(), 0, 0, 0, 0, 0, 0, 0, 0), 1) << "who does not ask for it shares it";
 }
 
 TEST_P(Comm, WhatCannotBeOpenedSaysWhy)

@@ -101,13 +101,13 @@ TEST(Path, FindsTheNextFreeFileName)
     EXPECT_EQ(next(L"img_???.png", 2), "img_003.png");
     EXPECT_EQ(next(L"img_???.png", -5), "img_001.png");
     EXPECT_EQ(next(L"img_???.png", 1000), "");
-    for (int i = 0; i < 10; ++i) {
-        folder.Write("v" + std::to_string(i), "");
+    for (const char* name : {"v0", "v1", "v2", "v3", "v4", "v5", "v6", "v7", "v8", "v9"}) {
+        folder.Write(name, "");
     }
     EXPECT_EQ(next(L"v?"), "") << "all taken";
     EXPECT_EQ(next(L"no digits"), "");
     EXPECT_EQ(GetUniqueFileName(base.c_str(), nullptr), L"");
-    EXPECT_EQ(next((L"x" + CString(30, L'?')).c_str(), 7), "x" + std::string(29, '0') + "7");
+    EXPECT_EQ(next(CString(30, L'?').c_str(), 7), std::string(29, '0').append("7"));
 }
 
 TEST(Path, APushedFolderIsLeftAgain)

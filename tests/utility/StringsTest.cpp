@@ -66,11 +66,9 @@ TEST(Strings, FiltersByWildcardsAndTellsWhatTheyStoodFor)
         {L"", L"a|", 0, 1, {}},
         {L"a", L"", 0, 0, {}},
         {L"[a]", L"[a]", 0, 1, {}},
-        {L"\u00C4", L"\u00E4", 1, 1, {}},
         {nullptr, L"*", 0, 0, {}},
         {L"a", nullptr, 0, 0, {}},
     };
-    setlocale(LC_CTYPE, "C.UTF-8");
     for (const auto& row : rows) {
         SCOPED_TRACE(row.pattern != nullptr ? ToNarrow(row.pattern) : "null");
         TList<CString, int, int> captures;
@@ -80,7 +78,6 @@ TEST(Strings, FiltersByWildcardsAndTellsWhatTheyStoodFor)
         wanted.insert(wanted.end(), row.captures.begin(), row.captures.end());
         EXPECT_EQ(Texts(captures), wanted);
     }
-    setlocale(LC_CTYPE, "C");
 }
 
 TEST(Strings, APatternOfManyStarsDoesNotTakeForever)

@@ -2,6 +2,7 @@
 
 #include "DriverUnderTest.h"
 #include "GenICamSettings.h"
+#include "foundation/platform/Text.h"
 
 #include <atomic>
 #include <gtest/gtest.h>

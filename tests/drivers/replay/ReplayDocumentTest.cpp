@@ -16,18 +16,21 @@ TEST(ReplayPlugin, ExportsNameLayoutAndProperties)
     char name[64] = "";
     GetModuleFunction<GetFrameGrabberNameFunction>(module, "GetFrameGrabberName")(name, sizeof(name));
     EXPECT_STREQ(name, "Replay");
-    EXPECT_EQ(GetModuleFunction<GetFrameGrabberLayoutVersionFunction>(module, "GetFrameGrabberLayoutVersion")(),
-              static_cast<DWORD>(ALIDADE_DRIVER_LAYOUT_VERSION));
+    EXPECT_EQ(
+        GetModuleFunction<GetFrameGrabberLayoutVersionFunction>(module, "GetFrameGrabberLayoutVersion")(),
+        static_cast<DWORD>(ALIDADE_DRIVER_LAYOUT_VERSION));
 
     TList<CMFCPropertyGridProperty, int, int> properties;
     TList<CString, int, int> cameras;
-    GetModuleFunction<GetFrameGrabberPropertiesFunction>(module, "GetFrameGrabberProperties")(properties, cameras);
+    GetModuleFunction<GetFrameGrabberPropertiesFunction>(module, "GetFrameGrabberProperties")(properties,
+                                                                                              cameras);
     std::vector<CString> keys;
     for (const CMFCPropertyGridProperty* property : properties) {
         keys.push_back(property->GetName());
         EXPECT_TRUE(property->GetValue().empty());
     }
-    EXPECT_EQ(keys, (std::vector<CString>{L"Replay.Source", L"Replay.FrameRate", L"Replay.Loop", L"Replay.Color"}));
+    EXPECT_EQ(keys,
+              (std::vector<CString>{L"Replay.Source", L"Replay.FrameRate", L"Replay.Loop", L"Replay.Color"}));
 }
 
 TEST(ReplayPlugin, ItsPageHasTheTableOfSettings)

@@ -25,7 +25,10 @@ std::vector<int> PlayToEnd(const CProfileSection& settings)
 
 class ReplayFiles : public testing::Test {
 protected:
-    void Put(const std::filesystem::path& name, int number) { WritePicture(m_folder / name, NumberedPicture(number)); }
+    void Put(const std::filesystem::path& name, int number)
+    {
+        WritePicture(m_folder / name, NumberedPicture(number));
+    }
 
     CTempFolder m_folder{std::filesystem::path(u8"alidade replay \u00e4\u6f22")};
 };
@@ -122,7 +125,8 @@ TEST_F(ReplayFiles, WhatCannotBePlayedIsSkippedCountedAndNamedOnce)
     driver->SetLog(&log);
     CFrameCollector frames(*driver);
     CString message;
-    ASSERT_EQ(driver->InitFrameGrabber(ReplaySettings(m_folder.Path(), true), message), 1) << ToNarrow(message);
+    ASSERT_EQ(driver->InitFrameGrabber(ReplaySettings(m_folder.Path(), true), message), 1)
+        << ToNarrow(message);
     EXPECT_EQ(message, L"Replay: 8 pictures, 32 x 24, 8-bit colour as 01.png");
     driver->StartCapture();
     ASSERT_TRUE(frames.WaitFor(6));
@@ -171,7 +175,8 @@ TEST_F(ReplayFiles, WhatCannotBeOpenedIsRefusedWithAClearText)
         {"nothing matches", L"Replay.Source", L"@/zz*.png", L"matches zz*.png"},
         {"empty folder", L"Replay.Source", L"@/empty", L"no picture in the folder"},
         {"only damaged pictures", L"Replay.Source", L"@/broken", L"nothing in"},
-        {"damaged video", L"Replay.Source", L"@/text.avi", L"text.avi cannot be read as a picture or a video"},
+        {"damaged video", L"Replay.Source", L"@/text.avi",
+         L"text.avi cannot be read as a picture or a video"},
         {"no file", L"Replay.Source", L"/dev/null", L"neither a file nor a folder"},
         {"colour word", L"Replay.Color", L"Sepia", L"Replay.Color = Sepia is none of Color;Gray;Unchanged"},
         {"negative rate", L"Replay.FrameRate", L"-1", L"Replay.FrameRate = -1"},
@@ -194,7 +199,8 @@ TEST_F(ReplayFiles, WhatCannotBeOpenedIsRefusedWithAClearText)
         EXPECT_NE(message.find(c.text), message.npos) << ToNarrow(message);
         EXPECT_EQ(driver->StartCapture(), 0) << "nothing is open";
     }
-    EXPECT_EQ(driver->InitFrameGrabber(ReplaySettings(m_folder / "good.png"), message), 1) << ToNarrow(message);
+    EXPECT_EQ(driver->InitFrameGrabber(ReplaySettings(m_folder / "good.png"), message), 1)
+        << ToNarrow(message);
 }
 
 TEST_F(ReplayFiles, ARateThatIsNoNumberMeansTheDefault)

@@ -26,7 +26,8 @@ TEST_P(ReplaySamples, ArePlayedWhole)
     driver->SetLog(&log);
     CFrameCollector frames(*driver);
     CString message;
-    ASSERT_EQ(driver->InitFrameGrabber(ReplaySettings(folder / GetParam().source), message), 1) << ToNarrow(message);
+    ASSERT_EQ(driver->InitFrameGrabber(ReplaySettings(folder / GetParam().source), message), 1)
+        << ToNarrow(message);
     EXPECT_EQ(driver->m_imageSize, GetParam().size);
     driver->StartCapture();
     ASSERT_TRUE(frames.WaitFor(GetParam().frames));

@@ -125,7 +125,8 @@ TEST_F(ReplayStream, OpeningAgainWhileFramesFlowStartsAnew)
     m_driver->StartCapture();
     ASSERT_TRUE(m_log.WaitFor("end of the source"));
     const std::vector<int> numbers = m_frames.Numbers();
-    EXPECT_EQ(std::vector(numbers.begin() + static_cast<std::ptrdiff_t>(before), numbers.end()), Cycle(kPictures));
+    EXPECT_EQ(std::vector(numbers.begin() + static_cast<std::ptrdiff_t>(before), numbers.end()),
+              Cycle(kPictures));
 }
 
 TEST_F(ReplayStream, MayBeDestroyedWhileFramesFlow)
@@ -180,7 +181,8 @@ TEST_F(ReplayStream, EachFrameKeepsTheDriverContract)
     ASSERT_TRUE(m_frames.WaitFor(20));
     m_driver->CloseFrameGrabber();
     EXPECT_EQ(unlocked, 0) << "the callback runs under the image lock";
-    EXPECT_EQ(std::count(memory.begin(), memory.end(), memory.front()), static_cast<std::ptrdiff_t>(memory.size()))
+    EXPECT_EQ(std::count(memory.begin(), memory.end(), memory.front()),
+              static_cast<std::ptrdiff_t>(memory.size()))
         << "the image keeps its memory";
     DWORD last = start;
     for (const DWORD tick : m_frames.Ticks()) {

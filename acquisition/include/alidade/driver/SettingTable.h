@@ -1,6 +1,7 @@
 #pragma once
 
 #include "alidade/driver/PropertyGridProperty.h"
+#include "foundation/config/ProfileSection.h"
 #include "foundation/containers/List.h"
 
 #include <span>
@@ -28,6 +29,27 @@ inline void AppendProperties(std::span<const T_DRIVER_SETTING> table,
         property->AllowEdit(row.allowEdit);
         properties.Insert(property);
     }
+}
+
+/// The value of one row in a section, or the row's default. What cannot be read as the type asked for is
+/// reported by the section, and the default taken.
+inline const wchar_t* ReadText(const CProfileSection& settings, const T_DRIVER_SETTING& row)
+{
+    return settings.GetItemValue(row.key, row.defaultValue);
+}
+
+inline bool ReadBoolean(const CProfileSection& settings, const T_DRIVER_SETTING& row)
+{
+    CProfileSection defaults;
+    defaults.SetItemValue(row.key, row.defaultValue);
+    return settings.GetItemValueBoolean(row.key, defaults.GetItemValueBoolean(row.key, 0)) != 0;
+}
+
+inline double ReadDouble(const CProfileSection& settings, const T_DRIVER_SETTING& row)
+{
+    CProfileSection defaults;
+    defaults.SetItemValue(row.key, row.defaultValue);
+    return settings.GetItemValue(row.key, defaults.GetItemValue(row.key, 0.0));
 }
 
 } // namespace alidade
