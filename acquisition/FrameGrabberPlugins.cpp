@@ -52,7 +52,7 @@ Record* FindRecord(const auto& matches)
 struct CLoadedModule {
     HMODULE handle;
     explicit CLoadedModule(const fs::path& path) : handle(LoadModule(path)) {}
-    ~CLoadedModule() { FreeModule(handle); }
+    ~CLoadedModule() { UnloadModule(handle); }
     CLoadedModule(const CLoadedModule&) = delete;
     CLoadedModule& operator=(const CLoadedModule&) = delete;
 };
@@ -223,7 +223,7 @@ int CFrameGrabber::UnloadFrameGrabberDll()
 {
     CS lock(Records().GetLock());
     while (Record* record = Records().Last()) {
-        FreeModule(std::exchange(record->hModule, nullptr));
+        UnloadModule(std::exchange(record->hModule, nullptr));
         int index = -1;
         Records().Find(record, index);
         Records().Delete(index);

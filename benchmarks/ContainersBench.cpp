@@ -49,7 +49,8 @@ void BenchContainers(CSuite& suite)
         }
         const auto sortList = [&] { list.Sort(); };
         const auto sortPointers = [&] {
-            std::sort(pointers.begin(), pointers.end(), [](const CString* a, const CString* b) { return *a < *b; });
+            std::sort(pointers.begin(), pointers.end(),
+                      [](const CString* a, const CString* b) { return *a < *b; });
         };
         const bool oursFirst = pass % 2 == 0;
         if (oursFirst) {

@@ -10,9 +10,13 @@ install(TARGETS alidade-foundation alidade alidade-driver-sdk EXPORT AlidadeLibr
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
-# A header is included by the same path from the sources and when installed.
+# A header is included by the same path from the sources and when installed. Those left out are the libraries' own.
 install(DIRECTORY foundation acquisition DESTINATION ${header_dir}
-  FILES_MATCHING PATTERN "*.h" PATTERN "include" EXCLUDE)
+  FILES_MATCHING PATTERN "*.h"
+  PATTERN "include" EXCLUDE
+  REGEX "/config/(Ini[A-Z].*|ProfileNumber)\\.h$" EXCLUDE
+  PATTERN "DriverGuard.h" EXCLUDE
+  PATTERN "FrameGrabberDummy.h" EXCLUDE)
 install(DIRECTORY acquisition/include/alidade/ DESTINATION ${header_dir})
 install(DIRECTORY ${CMAKE_BINARY_DIR}/generated/ DESTINATION ${header_dir} FILES_MATCHING PATTERN "Export.h")
 

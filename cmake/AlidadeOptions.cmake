@@ -7,6 +7,8 @@ option(ALIDADE_BASE_ONLY "Build only platform, containers, config and utility (n
 option(ALIDADE_OPENMP "Sort very long lists on all cores" ON)
 set(ALIDADE_SAMPLES_DIR ${PROJECT_SOURCE_DIR}/build/samples CACHE PATH
   "Real pictures for tests: the sample data of opencv-doc, unpacked there by the scripts")
+set(ALIDADE_HEADERS "" CACHE PATH "Folder with the headers of fmt, spdlog and SimpleIni, where there are no packages of them")
+set(ALIDADE_GOOGLETEST "" CACHE PATH "Source folder of GoogleTest, where there is no package of it")
 set(ALIDADE_SANITIZE "" CACHE STRING "Sanitizers, comma separated: address,undefined or thread")
 
 set(CMAKE_CXX_STANDARD 20)

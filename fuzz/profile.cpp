@@ -24,7 +24,8 @@ void Change(CProfileSection& section, unsigned seed)
     for (int depth = 0; depth < 60 && at->m_sections.Count() > 0 && pick(3) != 0; ++depth) {
         at = at->m_sections.NodeAt(pick(at->m_sections.Count()))->item;
     }
-    const CProfileItem* some = at->m_items.Count() > 0 ? at->m_items.NodeAt(pick(at->m_items.Count()))->item : nullptr;
+    const CProfileItem* some =
+        at->m_items.Count() > 0 ? at->m_items.NodeAt(pick(at->m_items.Count()))->item : nullptr;
     const CString text = some != nullptr ? some->m_strValue + L" \n=]" : L" &#10; ";
     switch (pick(5)) {
     case 0:

@@ -30,7 +30,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FUZZ_CHECK(joined == first);
 
     CString out;
-    const int read = TranslateEscapeCharacters(first.c_str(), out, second.empty() ? L'\0' : second[0], second.c_str());
+    const int read =
+        TranslateEscapeCharacters(first.c_str(), out, second.empty() ? L'\0' : second[0], second.c_str());
     FUZZ_CHECK(read >= 0 && static_cast<std::size_t>(read) <= first.size() && out.size() <= first.size());
 
     CString folder;

@@ -14,7 +14,7 @@ int CheckFolder(const fs::path& folder, CString& error)
 {
     std::error_code failed;
     fs::create_directories(folder, failed);
-    if (!fs::is_directory(folder)) {
+    if (std::error_code unknown; !fs::is_directory(folder, unknown)) {
         error = Format(L"the folder %s cannot be made: %s", FromPath(folder).c_str(),
                        ToWide(failed ? failed.message() : "it is a file").c_str());
         return 0;

@@ -1,8 +1,8 @@
 #include "foundation/platform/Interrupt.h"
 #include "foundation/platform/Text.h"
 #include "foundation/utility/Strings.h"
-#include "host/GrabJob.h"
 #include "host/HostOptions.h"
+#include "host/RunHost.h"
 
 #include <cstdio>
 

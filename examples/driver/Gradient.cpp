@@ -6,6 +6,7 @@
 #include "foundation/platform/Thread.h"
 
 #include <cwchar>
+#include <exception>
 #include <thread>
 
 namespace {
@@ -93,10 +94,16 @@ void CGradientDriver::Run()
 {
     NameThisThread("Gradient");
     for (int frame = 0; !m_stop.Wait(m_period); ++frame) {
-        if (m_capture) {
+        if (!m_capture) {
+            continue;
+        }
+        try {
             Paint(frame);
             CDriverFrame delivery(*this);
             m_work.copyTo(delivery.Image());
+        } catch (const std::exception& error) {
+            // This frame is lost; the camera goes on.
+            WriteLog(kLogError, "Gradient: %s", error.what());
         }
     }
 }

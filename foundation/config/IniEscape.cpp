@@ -55,7 +55,8 @@ std::size_t ReferenceAt(View text, std::size_t pos, std::uint32_t& code)
     }
     std::size_t at = pos + 2;
     std::uint32_t sum = 0;
-    for (; at < text.size() && at - pos - 2 < kMostDigits && text[at] >= Char('0') && text[at] <= Char('9'); ++at) {
+    for (; at < text.size() && at - pos - 2 < kMostDigits && text[at] >= Char('0') && text[at] <= Char('9');
+         ++at) {
         sum = sum * 10 + static_cast<std::uint32_t>(text[at] - Char('0'));
     }
     if (at == pos + 2 || at >= text.size() || text[at] != Char(';') || sum > 0x10FFFF) {
@@ -82,7 +83,8 @@ CStringA Escape(std::wstring_view text, std::wstring_view special, std::wstring_
         const wchar_t c = text[i];
         std::uint32_t code = 0;
         const bool outer = IsBlank(c) && (i < first || i > last);
-        if (outer || IsInvisible(c) || IsLoneSurrogate(text, i) || special.find(c) != std::wstring_view::npos ||
+        if (outer || IsInvisible(c) || IsLoneSurrogate(text, i) ||
+            special.find(c) != std::wstring_view::npos ||
             (i == 0 && leading.find(c) != std::wstring_view::npos) || ReferenceAt(text, i, code) > 0) {
             out += ToNarrow(text.substr(plain, i - plain));
             AppendReference(out, c);
@@ -92,7 +94,8 @@ CStringA Escape(std::wstring_view text, std::wstring_view special, std::wstring_
     return out + ToNarrow(text.substr(plain));
 }
 
-/// A name of nothing is written as the reference to no character, and one of a lone null as another form of it.
+/// A name of nothing is written as the reference to no character, and one of a lone null as another form of
+/// it.
 CStringA EscapeNonEmpty(std::wstring_view text, std::wstring_view special, std::wstring_view leading)
 {
     if (text.empty()) {

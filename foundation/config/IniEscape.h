@@ -8,7 +8,8 @@
 namespace alidade {
 
 // Texts as the INI form holds them: UTF-8, with the characters that would not be read back as they stand
-// given as decimal character references (&#10;). An ampersand is a plain character unless a reference follows.
+// given as decimal character references (&#10;). An ampersand is a plain character unless a reference
+// follows.
 
 /// @return UTF-8 text that stands behind the "=" of a line
 CStringA EscapeValue(std::wstring_view value);

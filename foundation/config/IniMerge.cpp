@@ -78,7 +78,8 @@ private:
         target.needsHeading = !target.items.empty() || isLast;
         if (!isLast) {
             for (const CProfileSection* child : section.m_sections) {
-                Add(*child, (path.empty() ? CStringA() : path + "/") + EscapeName(child->m_strName), depth + 1);
+                Add(*child, (path.empty() ? CStringA() : path + "/") + EscapeName(child->m_strName),
+                    depth + 1);
             }
         }
     }
@@ -98,8 +99,8 @@ struct T_FINDINGS {
     std::string newLine; // how lines end
     std::string equals;  // how a key is parted from its value
     Line topEnd = kTop;  // the last line of the comment that heads the file and of the blank lines behind it
-    std::map<Line, Line> droppedComments;     // first line and the line behind the last
-    std::map<Line, std::string> newComments;  // by the line that they come before
+    std::map<Line, Line> droppedComments;    // first line and the line behind the last
+    std::map<Line, std::string> newComments; // by the line that they come before
 };
 
 std::string CommentLines(const CString& comment, const std::string& newLine)
@@ -108,7 +109,8 @@ std::string CommentLines(const CString& comment, const std::string& newLine)
     for (std::wstring_view rest = comment; !rest.empty();) {
         const std::size_t end = std::min(rest.find(L'\n'), rest.size());
         CStringA line = "; " + ToNarrow(rest.substr(0, end));
-        std::replace_if(line.begin(), line.end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
+        std::replace_if(
+            line.begin(), line.end(), [](char c) { return c >= 0 && c < ' '; }, ' ');
         out.append(line, 0, line.find_last_not_of(' ') + 1).append(newLine);
         rest.remove_prefix(std::min(end + 1, rest.size()));
     }
@@ -195,7 +197,8 @@ private:
             if (m_pSection != nullptr) {
                 m_pSection->heading = m_number;
             }
-        } else if (T_ITEM* item = m_pSection != nullptr ? CWanted::FindItem(*m_pSection, line.name) : nullptr) {
+        } else if (T_ITEM* item =
+                       m_pSection != nullptr ? CWanted::FindItem(*m_pSection, line.name) : nullptr) {
             if (item->line == kNowhere) {
                 CompareComment(item->item->m_strComment);
             }
@@ -207,7 +210,8 @@ private:
         m_run = {};
     }
 
-    /// Comment lines at once behind a section's last setting, with a blank line behind them, are the section's.
+    /// Comment lines at once behind a section's last setting, with a blank line behind them, are the
+    /// section's.
     void TakeComment()
     {
         if (m_adjoins && m_run.end == m_number) {
@@ -240,7 +244,7 @@ private:
     T_SECTION* m_pSection; // null in one that is not wanted
     Line m_number = 0;
     eHEAD m_head = IN_COMMENT;
-    T_RUN m_run;          // the latest since the last setting or heading
+    T_RUN m_run;           // the latest since the last setting or heading
     Line m_lastOwn = kTop; // the last line that belongs to the section
     bool m_adjoins = true; // no blank line since
 };
@@ -365,7 +369,8 @@ private:
         if (std::exchange(m_needsBlank, false) && line.kind != T_INI_LINE::BLANK && item == nullptr) {
             BlankLine();
         }
-        if (const auto comment = m_findings.newComments.find(number); comment != m_findings.newComments.end()) {
+        if (const auto comment = m_findings.newComments.find(number);
+            comment != m_findings.newComments.end()) {
             m_out += comment->second;
         }
         if (item != nullptr && item->line == number && UnescapeValue(line.value) != item->item->m_strValue) {
@@ -377,7 +382,8 @@ private:
 
     void Change(const T_INI_LINE& line, const CStringA& value)
     {
-        const std::string_view before(line.text.data(), static_cast<std::size_t>(line.value.data() - line.text.data()));
+        const std::string_view before(line.text.data(),
+                                      static_cast<std::size_t>(line.value.data() - line.text.data()));
         m_out.append(before);
         if (before.ends_with(" =")) {
             m_out += ' ';
@@ -385,8 +391,8 @@ private:
         m_out.append(value).append(line.end);
     }
 
-    /// A section that is not wanted goes, but for comments that stand at once before the next heading, or apart
-    /// at the end of the file.
+    /// A section that is not wanted goes, but for comments that stand at once before the next heading, or
+    /// apart at the end of the file.
     void Drop(const T_INI_LINE& line)
     {
         if (line.kind == T_INI_LINE::COMMENT) {

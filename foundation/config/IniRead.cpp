@@ -2,13 +2,13 @@
 
 #include "foundation/config/IniEscape.h"
 #include "foundation/platform/Text.h"
+#include "foundation/utility/ListAppend.h"
 
 #define SI_IMPLEMENTATION
 #define SI_NO_CONVERSION // UTF-8 goes through as it is
 #include <SimpleIni.h>
 
-#include <memory>
-#include <new>
+#include <algorithm>
 #include <unordered_map>
 
 namespace alidade {
@@ -32,7 +32,8 @@ public:
             at.append("/").append(EscapeName(name));
             Node& child = m_nodes[at];
             if (child.section == nullptr) {
-                child.section = &Append(node->section->m_sections, std::make_unique<CProfileSection>(name.c_str()));
+                child.section =
+                    &Append(node->section->m_sections, std::make_unique<CProfileSection>(name.c_str()));
                 child.section->m_strName = name;
             }
             node = &child;
@@ -52,15 +53,6 @@ public:
     }
 
 private:
-    template <class T>
-    static T& Append(TList<T, int, int>& list, std::unique_ptr<T> item)
-    {
-        if (list.Insert(item.get()) < 0) {
-            throw std::bad_alloc();
-        }
-        return *item.release();
-    }
-
     std::unordered_map<CStringA, Node> m_nodes;
 };
 
@@ -106,7 +98,8 @@ bool ReadIni(std::string_view text, CProfileSection& root)
         for (const auto& key : keys) {
             const char* value = ini.GetValue(section.pItem, key.pItem, "");
             const std::string_view comment = key.pComment != nullptr ? key.pComment : "";
-            CTreeBuilder::Set(node, UnescapeKey(key.pItem), UnescapeValue(value), CommentText(LastRun(comment)));
+            CTreeBuilder::Set(node, UnescapeKey(key.pItem), UnescapeValue(value),
+                              CommentText(LastRun(comment)));
         }
     }
     root = std::move(read);

@@ -97,9 +97,9 @@ struct CProfile::Impl {
     CArchiveU::eENCODING encoding = CArchiveU::ENCODING_DEFAULT;
     CSimpleLog* log = nullptr;
     CProfileSection root;
-    std::string text;        // the good lines as they were last read or written
-    bool hasMark = false;    // the file that was read began with the UTF-8 mark
-    fs::path damaged;        // a file that holds more than was read, to be kept aside before it is written over
+    std::string text;     // the good lines as they were last read or written
+    bool hasMark = false; // the file that was read began with the UTF-8 mark
+    fs::path damaged;     // a file that holds more than was read, to be kept aside before it is written over
     std::size_t firstBadLine = 0;
 
     void Log(const CString& line)
@@ -148,11 +148,13 @@ int CProfile::Impl::KeepAside(const fs::path& target)
     CString reason = L"too many copies are kept already";
     if (aside.empty() || ReadWholeFile(target, bytes, &reason, UINT64_MAX) == 0 ||
         ReplaceFileWith(aside, bytes, &reason) == 0) {
-        Log(Format(L"CProfile::Save : %s is damaged and cannot be copied aside, so it is not written over: %s",
-                   FromPath(target).c_str(), reason.c_str()));
+        Log(Format(
+            L"CProfile::Save : %s is damaged and cannot be copied aside, so it is not written over: %s",
+            FromPath(target).c_str(), reason.c_str()));
         return 0;
     }
-    Log(Format(L"CProfile::Save : the damaged %s is kept as %s", FromPath(target).c_str(), FromPath(aside).c_str()));
+    Log(Format(L"CProfile::Save : the damaged %s is kept as %s", FromPath(target).c_str(),
+               FromPath(aside).c_str()));
     return 1;
 }
 
@@ -176,7 +178,8 @@ int CProfile::Load(const wchar_t* path, CArchiveU::eENCODING encoding)
         std::error_code failed;
         if (fs::exists(file, failed) || failed) {
             impl.damaged = file;
-            impl.Log(Format(L"CProfile::Load : %s cannot be read: %s", FromPath(file).c_str(), reason.c_str()));
+            impl.Log(
+                Format(L"CProfile::Load : %s cannot be read: %s", FromPath(file).c_str(), reason.c_str()));
         }
         return 0;
     }
@@ -194,7 +197,8 @@ int CProfile::Load(const wchar_t* path, CArchiveU::eENCODING encoding)
     impl.damaged = scan.badLines > 0 ? file : fs::path();
     if (scan.badLines > 0) {
         impl.Log(Format(L"CProfile::Load : line %zu of %s cannot be read; %zu %s left out", scan.firstBadLine,
-                        FromPath(file).c_str(), scan.badLines, scan.badLines == 1 ? L"line is" : L"lines are"));
+                        FromPath(file).c_str(), scan.badLines,
+                        scan.badLines == 1 ? L"line is" : L"lines are"));
     }
     return 1;
 }
@@ -223,7 +227,8 @@ int CProfile::Save(const wchar_t* path, CArchiveU::eENCODING encoding)
             return 0;
         }
         if (ReplaceFileWith(file, bytes, &reason) == 0) {
-            impl.Log(Format(L"CProfile::Save : %s cannot be written: %s", FromPath(file).c_str(), reason.c_str()));
+            impl.Log(
+                Format(L"CProfile::Save : %s cannot be written: %s", FromPath(file).c_str(), reason.c_str()));
             return 0;
         }
     }
@@ -254,13 +259,15 @@ const CProfileSection& CProfile::GetRoot() const
     return m_pImpl->root;
 }
 
-const wchar_t* CProfile::GetProfileValue(const wchar_t* section, const wchar_t* key, const wchar_t* defaultValue) const
+const wchar_t* CProfile::GetProfileValue(const wchar_t* section, const wchar_t* key,
+                                         const wchar_t* defaultValue) const
 {
     const CProfileSection* found = section != nullptr ? FindSection(section) : &m_pImpl->root;
     return found != nullptr ? found->GetItemValue(key, defaultValue) : defaultValue;
 }
 
-int CProfile::SetProfileValue(const wchar_t* section, const wchar_t* key, const wchar_t* value, const wchar_t* comment)
+int CProfile::SetProfileValue(const wchar_t* section, const wchar_t* key, const wchar_t* value,
+                              const wchar_t* comment)
 {
     CProfileSection& target = section != nullptr ? GetSection(section) : m_pImpl->root;
     return target.SetItemValue(key, value, comment);

@@ -3,13 +3,12 @@
 #include "foundation/config/ProfileNumber.h"
 #include "foundation/config/SimpleLog.h"
 #include "foundation/platform/Text.h"
+#include "foundation/utility/ListAppend.h"
 #include "foundation/utility/Strings.h"
 
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <mutex>
-#include <new>
 #include <optional>
 #include <set>
 #include <tuple>
@@ -20,15 +19,6 @@ namespace {
 std::wstring_view ViewOf(const wchar_t* text)
 {
     return text != nullptr ? text : L"";
-}
-
-template <class T>
-T& Append(TList<T, int, int>& list, std::unique_ptr<T> item)
-{
-    if (list.Insert(item.get()) < 0) {
-        throw std::bad_alloc();
-    }
-    return *item.release();
 }
 
 template <class T>
@@ -70,8 +60,8 @@ public:
             log = m_pLog;
             last = m_reported.size() == kMost;
         }
-        log->WriteErrorLog(L"CProfileSection : [%s] %s = \"%s\" is not %s; the default is taken", section.c_str(),
-                           CString(key).c_str(), text.substr(0, kShown).c_str(), wanted);
+        log->WriteErrorLog(L"CProfileSection : [%s] %s = \"%s\" is not %s; the default is taken",
+                           section.c_str(), CString(key).c_str(), text.substr(0, kShown).c_str(), wanted);
         if (last) {
             log->WriteErrorLog(L"CProfileSection : further values that cannot be read are not reported");
         }
@@ -133,7 +123,8 @@ CProfileSection::CProfileSection(const CProfileSection& other) : m_strName(other
 }
 
 CProfileSection::CProfileSection(CProfileSection&& other) noexcept
-    : m_strName(std::move(other.m_strName)), m_sections(std::move(other.m_sections)), m_items(std::move(other.m_items))
+    : m_strName(std::move(other.m_strName)), m_sections(std::move(other.m_sections)),
+      m_items(std::move(other.m_items))
 {
 }
 
@@ -248,13 +239,16 @@ int CProfileSection::GetItemValueBoolean(const wchar_t* key, int defaultValue) c
     return *value ? 1 : 0;
 }
 
-int CProfileSection::GetItemValueString(const wchar_t* key, char* buffer, int size, const char* defaultValue) const
+int CProfileSection::GetItemValueString(const wchar_t* key, char* buffer, int size,
+                                        const char* defaultValue) const
 {
     if (buffer == nullptr || size < 1) {
         return 0;
     }
     const CProfileItem* item = FindItem(key);
-    const CStringA text = item != nullptr ? ToNarrow(item->m_strValue) : defaultValue != nullptr ? defaultValue : "";
+    const CStringA text = item != nullptr           ? ToNarrow(item->m_strValue)
+                          : defaultValue != nullptr ? defaultValue
+                                                    : "";
     std::size_t length = std::min(text.size(), static_cast<std::size_t>(size) - 1);
     if (length < text.size()) {
         while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0) == 0x80) {
@@ -308,7 +302,8 @@ template <class T>
 void CProfileSection::SyncNumber(int store, const wchar_t* key, T& value, const wchar_t* format)
 {
     if (store != 0) {
-        SetItemValue(key, format != nullptr ? Format(format, value).c_str() : NumberToText(Widest<T>(value)).c_str());
+        SetItemValue(key, format != nullptr ? Format(format, value).c_str()
+                                            : NumberToText(Widest<T>(value)).c_str());
     } else if (const CProfileItem* item = FindItem(key)) {
         if (const auto read = ParseAs<T>(item->m_strValue)) {
             value = *read;

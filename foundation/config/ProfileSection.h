@@ -43,7 +43,8 @@ public:
     const wchar_t* GetItemValue(const wchar_t* key, const wchar_t* defaultValue) const;
     int GetItemValue(const wchar_t* key, int defaultValue) const;
     double GetItemValue(const wchar_t* key, double defaultValue) const;
-    /// "true", "yes", "on" and any non-zero number are true, "false", "no", "off" and 0 are not; case is ignored.
+    /// "true", "yes", "on" and any non-zero number are true, "false", "no", "off" and 0 are not; case is
+    /// ignored.
     int GetItemValueBoolean(const wchar_t* key, int defaultValue) const;
     /// UTF-8 into a buffer of `size` bytes, cut to whole characters and always terminated.
     /// @return number of bytes without the terminator

@@ -1,6 +1,6 @@
 #include "foundation/config/SectionArchive.h"
 
-#include <memory>
+#include "foundation/utility/ListAppend.h"
 
 namespace alidade {
 namespace {
@@ -13,15 +13,6 @@ void CheckDepth(int depth)
         throw CArchiveException("archive: sections are nested deeper than " +
                                 std::to_string(kMaxArchivedSectionDepth));
     }
-}
-
-template <class T>
-T& Append(TList<T, int, int>& list, std::unique_ptr<T> item)
-{
-    if (list.Insert(item.get()) < 0) {
-        throw std::bad_alloc();
-    }
-    return *item.release();
 }
 
 void Store(CArchiveU& archive, const CProfileSection& section, int depth)

@@ -62,8 +62,9 @@ CSimpleLog::CSimpleLog(const Options& options) : m_pImpl(std::make_unique<Impl>(
     }
     if (!options.path.empty()) {
         try {
-            const std::uint64_t most = options.maxFileBytes == 0 ? std::numeric_limits<std::uint64_t>::max() / 2
-                                                                 : options.maxFileBytes;
+            const std::uint64_t most = options.maxFileBytes == 0
+                                           ? std::numeric_limits<std::uint64_t>::max() / 2
+                                           : options.maxFileBytes;
             impl.logger.sinks().push_back(std::make_shared<spdlog::sinks::rotating_file_sink_mt>(
                 spdlog::filename_t(ToPath(options.path).native()), static_cast<std::size_t>(most),
                 static_cast<std::size_t>(std::clamp(options.keptFiles, 0, 200000))));

@@ -17,10 +17,10 @@ inline constexpr DWORD kLogError = 0x80000000;
 class ALIDADE_FOUNDATION_API CSimpleLog {
 public:
     struct Options {
-        CString path;                       // empty: no file. Missing folders are made
+        CString path;                          // empty: no file. Missing folders are made
         std::uint64_t maxFileBytes = 5u << 20; // a full file is renamed and a new one begun
-        int keptFiles = 5;                  // older files kept beside the current one
-        bool console = false;               // lines to standard error too
+        int keptFiles = 5;                     // older files kept beside the current one
+        bool console = false;                  // lines to standard error too
     };
 
     CSimpleLog();

@@ -120,10 +120,12 @@ void MergeSort(Value* first, std::ptrdiff_t count, Value* scratch, int depth, Le
         IntroSort(first, first + count, count - 1, less);
         return;
     }
-    Value* const bounds[5] = {first, first + count / 4, first + count / 2, first + count * 3 / 4, first + count};
+    Value* const bounds[5] = {first, first + count / 4, first + count / 2, first + count * 3 / 4,
+                              first + count};
 #pragma omp parallel for schedule(dynamic) if (depth < kParallelDepth)
     for (int part = 0; part < 4; ++part) {
-        MergeSort(bounds[part], bounds[part + 1] - bounds[part], scratch + (bounds[part] - first), depth + 1, less);
+        MergeSort(bounds[part], bounds[part + 1] - bounds[part], scratch + (bounds[part] - first), depth + 1,
+                  less);
     }
     MergeFour(bounds, scratch, less);
     std::move(scratch, scratch + count, first);

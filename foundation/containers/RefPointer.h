@@ -75,7 +75,8 @@ public:
 
     bool IsValid() const noexcept
     {
-        return m_pBlock != nullptr && (m_pBlock->nFlags.load(std::memory_order_acquire) & TRefBlock::kDestroyed) == 0 &&
+        return m_pBlock != nullptr &&
+               (m_pBlock->nFlags.load(std::memory_order_acquire) & TRefBlock::kDestroyed) == 0 &&
                m_pBlock->nRefs.load(std::memory_order_relaxed) != 0 && m_pObject != nullptr;
     }
 
@@ -95,7 +96,8 @@ public:
         }
         const std::uint32_t flags = block->nFlags.load(std::memory_order_acquire);
         if ((flags & TRefBlock::kDetached) == 0 &&
-            (block->nFlags.fetch_or(TRefBlock::kDestroyed, std::memory_order_acq_rel) & TRefBlock::kDestroyed) == 0) {
+            (block->nFlags.fetch_or(TRefBlock::kDestroyed, std::memory_order_acq_rel) &
+             TRefBlock::kDestroyed) == 0) {
             Destroy(object, (flags & TRefBlock::kArray) != 0);
         }
         std::free(block);

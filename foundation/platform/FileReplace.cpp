@@ -66,7 +66,8 @@ public:
 
     int Create(const fs::path& path, const fs::path&)
     {
-        m_file = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+        m_file = ::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL,
+                               nullptr);
         return LastErrorUnless(m_file != INVALID_HANDLE_VALUE);
     }
     int Write(std::string_view bytes)
@@ -151,7 +152,8 @@ public:
             return errno;
         }
         if (exists) {
-            // The owner first: a change of owner clears bits of the mode. Only the system's administrator may.
+            // The owner first: a change of owner clears bits of the mode. Only the system's administrator
+            // may.
             [[maybe_unused]] const int ignored = ::fchown(m_file, old.st_uid, old.st_gid);
             if (::fchmod(m_file, old.st_mode & 07777) != 0) {
                 const int code = errno;

@@ -54,7 +54,7 @@ HMODULE LoadModule(const fs::path& path, CString* error)
     return module;
 }
 
-void FreeModule(HMODULE module)
+void UnloadModule(HMODULE module)
 {
     if (module != nullptr) {
         ::FreeLibrary(static_cast<::HMODULE>(module));
@@ -72,9 +72,10 @@ void* GetModuleSymbol(HMODULE module, const char* name)
 fs::path GetModulePath(const void* address)
 {
     ::HMODULE module = nullptr;
-    if (!::GetModuleHandleExW(
-            GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-            static_cast<const wchar_t*>(address), &module)) {
+    if (address == nullptr || // which the system takes for the program
+        !::GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                  GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                              static_cast<const wchar_t*>(address), &module)) {
         return {};
     }
     std::wstring name(32768, L'\0'); // the longest path that the system knows
@@ -98,7 +99,7 @@ HMODULE LoadModule(const fs::path& path, CString* error)
     return module;
 }
 
-void FreeModule(HMODULE module)
+void UnloadModule(HMODULE module)
 {
     if (module != nullptr) {
         ::dlclose(module);
@@ -117,7 +118,8 @@ fs::path GetModulePath(const void* address)
     if (::dladdr1(address, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) == 0 || map == nullptr) {
         return {};
     }
-    // The program itself has no name in the loader's list, and the name that it was called by may be relative.
+    // The program itself has no name in the loader's list, and the name that it was called by may be
+    // relative.
     const bool isProgram = map->l_name == nullptr || *map->l_name == '\0';
     std::error_code failed;
     const fs::path path = fs::canonical(isProgram ? "/proc/self/exe" : map->l_name, failed);

@@ -15,7 +15,7 @@ using HMODULE = void*;
 /// @return null when the file is no library or one of its needs is missing
 ALIDADE_FOUNDATION_API HMODULE LoadModule(const std::filesystem::path& path, CString* error = nullptr);
 /// Gives back one LoadModule. Null is ignored.
-ALIDADE_FOUNDATION_API void FreeModule(HMODULE module);
+ALIDADE_FOUNDATION_API void UnloadModule(HMODULE module);
 /// Address of an exported symbol; null for a null module or when there is none.
 ALIDADE_FOUNDATION_API void* GetModuleSymbol(HMODULE module, const char* name);
 

@@ -15,8 +15,9 @@ namespace alidade {
 CString SystemErrorText(int code)
 {
     wchar_t text[512];
-    const ::DWORD length = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
-                                            static_cast<::DWORD>(code), 0, text, std::size(text), nullptr);
+    const ::DWORD length =
+        ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
+                         static_cast<::DWORD>(code), 0, text, std::size(text), nullptr);
     if (length == 0) {
         return Format(L"System error %d", code);
     }

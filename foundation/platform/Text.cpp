@@ -35,7 +35,10 @@ char32_t NextUtf8(std::string_view s, std::size_t& pos, bool& ok)
         ++pos;
         return lead;
     }
-    const int extra = lead >= 0xF0 && lead < 0xF5 ? 3 : lead >= 0xE0 && lead < 0xF0 ? 2 : lead >= 0xC2 && lead < 0xE0 ? 1 : 0;
+    const int extra = lead >= 0xF0 && lead < 0xF5   ? 3
+                      : lead >= 0xE0 && lead < 0xF0 ? 2
+                      : lead >= 0xC2 && lead < 0xE0 ? 1
+                                                    : 0;
     static constexpr char32_t kLeast[] = {0, 0x80, 0x800, 0x10000};
     char32_t code = extra == 3 ? lead & 0x07u : extra == 2 ? lead & 0x0Fu : lead & 0x1Fu;
     bool good = extra > 0 && pos + static_cast<std::size_t>(extra) < s.size();
@@ -76,8 +79,10 @@ void AppendUtf8(CStringA& out, char32_t c)
 template <class View>
 char32_t NextWide(View s, std::size_t& pos)
 {
-    char32_t c = static_cast<char32_t>(static_cast<std::make_unsigned_t<std::conditional_t<
-        sizeof(typename View::value_type) == 2, std::int16_t, std::int32_t>>>(s[pos++]));
+    char32_t c = static_cast<char32_t>(
+        static_cast<std::make_unsigned_t<
+            std::conditional_t<sizeof(typename View::value_type) == 2, std::int16_t, std::int32_t>>>(
+            s[pos++]));
     if constexpr (sizeof(typename View::value_type) == 2) {
         if (c >= 0xD800 && c <= 0xDBFF && pos < s.size()) {
             const char32_t low = static_cast<std::uint16_t>(s[pos]);
@@ -170,7 +175,8 @@ private:
             ++i;
         } else {
             for (m_precision = 0; i < text.size() && IsOneOf(text[i], "0123456789"); ++i) {
-                m_precision = std::min(m_precision, kMostPrecision) * 10 + static_cast<int>(text[i] - Char('0'));
+                m_precision =
+                    std::min(m_precision, kMostPrecision) * 10 + static_cast<int>(text[i] - Char('0'));
             }
         }
         if (m_precision >= 0) {
@@ -182,9 +188,10 @@ private:
     static eLENGTH Length(View text, std::size_t& i)
     {
         static constexpr std::pair<std::string_view, eLENGTH> kModifiers[] = {
-            {"hh", eLENGTH::CHAR},    {"h", eLENGTH::SHORT},   {"ll", eLENGTH::BITS64}, {"l", eLENGTH::LONG},
-            {"I64", eLENGTH::BITS64}, {"I32", eLENGTH::INT},   {"z", eLENGTH::BITS64},  {"t", eLENGTH::BITS64},
-            {"j", eLENGTH::BITS64},   {"I", eLENGTH::BITS64},  {"w", eLENGTH::LONG},    {"L", eLENGTH::LONG_DOUBLE}};
+            {"hh", eLENGTH::CHAR},  {"h", eLENGTH::SHORT},    {"ll", eLENGTH::BITS64},
+            {"l", eLENGTH::LONG},   {"I64", eLENGTH::BITS64}, {"I32", eLENGTH::INT},
+            {"z", eLENGTH::BITS64}, {"t", eLENGTH::BITS64},   {"j", eLENGTH::BITS64},
+            {"I", eLENGTH::BITS64}, {"w", eLENGTH::LONG},     {"L", eLENGTH::LONG_DOUBLE}};
         for (const auto& [modifier, length] : kModifiers) {
             const View at = text.substr(i, modifier.size());
             if (std::equal(at.begin(), at.end(), modifier.begin(), modifier.end())) {

@@ -18,8 +18,8 @@ void NameThisThread(const char* name)
 {
     // Found at run time: older systems do not have it.
     using SetDescription = HRESULT(WINAPI*)(HANDLE, PCWSTR);
-    const auto set = reinterpret_cast<SetDescription>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "SetThreadDescription")));
+    const auto set = reinterpret_cast<SetDescription>(reinterpret_cast<void*>(
+        ::GetProcAddress(::GetModuleHandleW(L"kernel32.dll"), "SetThreadDescription")));
     if (set != nullptr) {
         set(::GetCurrentThread(), ToWide(name).c_str());
     }

@@ -43,8 +43,7 @@ public:
 
     /// An integer of 8 to 64 bits, or a double.
     template <class T>
-        requires(std::integral<T> && !std::same_as<T, bool>) || std::same_as<T, double>
-    void Write(T value)
+    requires(std::integral<T> && !std::same_as<T, bool>) || std::same_as<T, double> void Write(T value)
     {
         if constexpr (std::same_as<T, double>) {
             WriteInteger(std::bit_cast<std::uint64_t>(value), sizeof(T));
@@ -53,8 +52,7 @@ public:
         }
     }
     template <class T>
-        requires(std::integral<T> && !std::same_as<T, bool>) || std::same_as<T, double>
-    T Read()
+    requires(std::integral<T> && !std::same_as<T, bool>) || std::same_as<T, double> T Read()
     {
         const std::uint64_t bits = ReadInteger(sizeof(T));
         if constexpr (std::same_as<T, double>) {

@@ -24,8 +24,8 @@ CXComm::CXComm() : m_pImpl(std::make_unique<Impl>())
 
 CXComm::~CXComm() = default;
 
-int CXComm::Open(const wchar_t* port, DWORD baud, int exclusive, BYTE byteSize, BYTE parity, BYTE stopBits, int,
-                 int, BYTE flowControl)
+int CXComm::Open(const wchar_t* port, DWORD baud, int exclusive, BYTE byteSize, BYTE parity, BYTE stopBits,
+                 int, int, BYTE flowControl)
 {
     Impl& impl = *m_pImpl;
     Close();
@@ -90,8 +90,9 @@ DWORD CXComm::Read(void* buffer, DWORD size, DWORD timeoutMs)
 DWORD CXComm::Write(const void* data, DWORD size, DWORD timeoutMs)
 {
     Impl& impl = *m_pImpl;
-    return impl.line != nullptr && data != nullptr && size > 0 ? impl.line->Write(data, size, timeoutMs, impl.error)
-                                                               : 0;
+    return impl.line != nullptr && data != nullptr && size > 0
+               ? impl.line->Write(data, size, timeoutMs, impl.error)
+               : 0;
 }
 
 int CXComm::Purge(DWORD flags)

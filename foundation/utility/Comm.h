@@ -11,8 +11,20 @@ namespace alidade {
 /// time-out, and ends when the device goes away.
 class ALIDADE_FOUNDATION_API CXComm {
 public:
-    enum ePURGE : DWORD { PURGE_TXABORT = 1, PURGE_RXABORT = 2, PURGE_TXCLEAR = 4, PURGE_RXCLEAR = 8, PURGE_ALL = 15 };
-    enum ePARITY : BYTE { PARITY_NONE = 0, PARITY_ODD = 1, PARITY_EVEN = 2, PARITY_MARK = 3, PARITY_SPACE = 4 };
+    enum ePURGE : DWORD {
+        PURGE_TXABORT = 1,
+        PURGE_RXABORT = 2,
+        PURGE_TXCLEAR = 4,
+        PURGE_RXCLEAR = 8,
+        PURGE_ALL = 15
+    };
+    enum ePARITY : BYTE {
+        PARITY_NONE = 0,
+        PARITY_ODD = 1,
+        PARITY_EVEN = 2,
+        PARITY_MARK = 3,
+        PARITY_SPACE = 4
+    };
     enum eSTOPBITS : BYTE { STOPBITS_1 = 0, STOPBITS_1_5 = 1, STOPBITS_2 = 2 };
     enum eFLOW : BYTE { FLOW_NONE = 0, FLOW_RTSCTS = 1, FLOW_XONXOFF = 2, FLOW_DTRDSR = 3 };
 
@@ -27,8 +39,8 @@ public:
     /// @param stopBits  STOPBITS_1 or STOPBITS_2; 1.5 is refused
     /// @param reserved1, reserved2  0
     /// @return 1, or 0 with the port closed and the reason in GetError
-    int Open(const wchar_t* port, DWORD baud, int exclusive, BYTE byteSize, BYTE parity, BYTE stopBits, int reserved1,
-             int reserved2, BYTE flowControl);
+    int Open(const wchar_t* port, DWORD baud, int exclusive, BYTE byteSize, BYTE parity, BYTE stopBits,
+             int reserved1, int reserved2, BYTE flowControl);
     int Close();
     int IsOpen() const;
     /// @param timeoutMs  0 takes what there is at once; INFINITE has no limit

@@ -29,12 +29,14 @@ public:
 
 /// Opens a serial port of the system.
 /// @return null, with `error` written, on failure
-std::unique_ptr<ISerialLine> OpenSerialPort(const CString& name, const T_SERIAL_SETTINGS& settings, CString& error);
+std::unique_ptr<ISerialLine> OpenSerialPort(const CString& name, const T_SERIAL_SETTINGS& settings,
+                                            CString& error);
 
 /// Opens a terminal device that is no serial port, and so has no modem lines: the pseudo-terminals by which
 /// simulated devices and servers of remote ports are reached.
 /// @return null on failure, with `error` written when `name` is such a device, and untouched otherwise
-std::unique_ptr<ISerialLine> OpenTerminal(const CString& name, const T_SERIAL_SETTINGS& settings, CString& error);
+std::unique_ptr<ISerialLine> OpenTerminal(const CString& name, const T_SERIAL_SETTINGS& settings,
+                                          CString& error);
 
 /// Takes an open device for this handle alone, where opening does not do so anyway.
 /// @return false, with `error` written, when another has it

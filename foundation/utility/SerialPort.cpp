@@ -11,7 +11,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr sp_parity kParities[] = {SP_PARITY_NONE, SP_PARITY_ODD, SP_PARITY_EVEN, SP_PARITY_MARK, SP_PARITY_SPACE};
+constexpr sp_parity kParities[] = {SP_PARITY_NONE, SP_PARITY_ODD, SP_PARITY_EVEN, SP_PARITY_MARK,
+                                   SP_PARITY_SPACE};
 constexpr sp_flowcontrol kFlows[] = {SP_FLOWCONTROL_NONE, SP_FLOWCONTROL_RTSCTS, SP_FLOWCONTROL_XONXOFF,
                                      SP_FLOWCONTROL_DTRDSR};
 
@@ -73,19 +74,21 @@ public:
         return result == SP_OK;
     }
 
-    /// Reads in short waits: the library does not tell a line that was hung up from a silent one, and would go
-    /// on as long as it is let.
+    /// Reads in short waits: the library does not tell a line that was hung up from a silent one, and would
+    /// go on as long as it is let.
     DWORD Read(void* buffer, DWORD size, DWORD timeoutMs, CString& error) override
     {
         const Clock::time_point start = Clock::now();
         DWORD done = 0;
         for (;;) {
-            const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+            const auto elapsed =
+                std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
             const bool isOver = timeoutMs != INFINITE && elapsed >= timeoutMs;
             const auto left = timeoutMs == INFINITE ? kShortWait : std::min(kShortWait, timeoutMs - elapsed);
             char* at = static_cast<char*>(buffer) + done;
-            const sp_return moved = isOver ? sp_nonblocking_read(m_pPort, at, size - done)
-                                           : sp_blocking_read(m_pPort, at, size - done, static_cast<unsigned>(left));
+            const sp_return moved =
+                isOver ? sp_nonblocking_read(m_pPort, at, size - done)
+                       : sp_blocking_read(m_pPort, at, size - done, static_cast<unsigned>(left));
             const sp_return state = moved == 0 ? sp_input_waiting(m_pPort) : moved;
             if (state < 0) {
                 error = TextOf(state);
@@ -101,14 +104,17 @@ public:
     DWORD Write(const void* data, DWORD size, DWORD timeoutMs, CString& error) override
     {
         // The library takes a time-out of 0 as no limit.
-        return Count(timeoutMs == 0 ? sp_nonblocking_write(m_pPort, data, size)
-                                    : sp_blocking_write(m_pPort, data, size, timeoutMs == INFINITE ? 0 : timeoutMs),
+        return Count(timeoutMs == 0
+                         ? sp_nonblocking_write(m_pPort, data, size)
+                         : sp_blocking_write(m_pPort, data, size, timeoutMs == INFINITE ? 0 : timeoutMs),
                      error);
     }
 
     bool Purge(bool input, bool output, CString& error) override
     {
-        const sp_return result = sp_flush(m_pPort, input && output ? SP_BUF_BOTH : input ? SP_BUF_INPUT : SP_BUF_OUTPUT);
+        const sp_return result = sp_flush(m_pPort, input && output ? SP_BUF_BOTH
+                                                   : input         ? SP_BUF_INPUT
+                                                                   : SP_BUF_OUTPUT);
         Count(result, error);
         return result == SP_OK;
     }
@@ -146,7 +152,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<ISerialLine> OpenSerialPort(const CString& name, const T_SERIAL_SETTINGS& settings, CString& error)
+std::unique_ptr<ISerialLine> OpenSerialPort(const CString& name, const T_SERIAL_SETTINGS& settings,
+                                            CString& error)
 {
     auto port = std::make_unique<CSerialPort>();
     return port->Open(name, settings, error) ? std::move(port) : nullptr;

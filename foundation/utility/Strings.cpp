@@ -1,21 +1,18 @@
 #include "foundation/utility/Strings.h"
 
 #include "foundation/platform/Text.h"
+#include "foundation/utility/ListAppend.h"
 
 #include <charconv>
 #include <cwctype>
-#include <memory>
 #include <string_view>
 
 namespace alidade {
 namespace {
 
-void Append(TList<CString, int, int>& list, CString text)
+void AppendText(TList<CString, int, int>& list, CString text)
 {
-    auto item = std::make_unique<CString>(std::move(text));
-    if (list.Insert(item.get()) >= 0) {
-        item.release();
-    }
+    Append(list, std::make_unique<CString>(std::move(text)));
 }
 
 template <class Sink>
@@ -163,7 +160,7 @@ CString ToText(T value)
 void SplitString(const wchar_t* text, wchar_t separator, TList<CString, int, int>& pieces)
 {
     pieces.DeleteAll();
-    Split(text, separator, [&](CString piece) { Append(pieces, std::move(piece)); });
+    Split(text, separator, [&](CString piece) { AppendText(pieces, std::move(piece)); });
 }
 
 void SplitString(const wchar_t* text, wchar_t separator, std::vector<CString>& pieces)
@@ -183,7 +180,7 @@ int FilterString(const wchar_t* text, const wchar_t* pattern, TList<CString, int
         const std::size_t end = rest.find(L'|');
         if (MatchWildcard(text, rest.substr(0, end), (flags & 1) != 0, found)) {
             for (const std::wstring_view part : found) {
-                Append(captures, CString(part));
+                AppendText(captures, CString(part));
             }
             return 1;
         }
@@ -244,7 +241,7 @@ void MakeDataToHexForm(TList<CString, int, int>& lines, const void* data, std::s
         if (showText != 0) {
             line += L"  |" + shown + L"|";
         }
-        Append(lines, std::move(line));
+        AppendText(lines, std::move(line));
     }
 }
 

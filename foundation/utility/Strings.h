@@ -11,12 +11,13 @@ namespace alidade {
 
 /// Splits at one character. Empty pieces count; an empty text gives no piece. The list or vector is cleared
 /// first.
-ALIDADE_FOUNDATION_API void SplitString(const wchar_t* text, wchar_t separator, TList<CString, int, int>& pieces);
+ALIDADE_FOUNDATION_API void SplitString(const wchar_t* text, wchar_t separator,
+                                        TList<CString, int, int>& pieces);
 ALIDADE_FOUNDATION_API void SplitString(const wchar_t* text, wchar_t separator, std::vector<CString>& pieces);
 
 /// Matches a whole text against a wildcard pattern: "*" stands for any run of characters, "?" for one, and
-/// `|` separates alternatives. What each "*" and "?" of the alternative that matched stands for is appended to
-/// `captures`. Time is bounded by the product of the two lengths.
+/// `|` separates alternatives. What each "*" and "?" of the alternative that matched stands for is appended
+/// to `captures`. Time is bounded by the product of the two lengths.
 /// @param flags  1: ignore case
 /// @return 1 when it matches
 ALIDADE_FOUNDATION_API int FilterString(const wchar_t* text, const wchar_t* pattern,
@@ -36,8 +37,8 @@ ALIDADE_FOUNDATION_API int TranslateEscapeCharacters(const wchar_t* text, CStrin
 
 /// Appends a hex dump of bytes to `lines`, `perLine` to a line: "00000010  41 42 ..  |AB..|".
 /// @param showText  non-zero: printable characters beside the bytes
-ALIDADE_FOUNDATION_API void MakeDataToHexForm(TList<CString, int, int>& lines, const void* data, std::size_t size,
-                                              int perLine = 16, int showText = 1);
+ALIDADE_FOUNDATION_API void MakeDataToHexForm(TList<CString, int, int>& lines, const void* data,
+                                              std::size_t size, int perLine = 16, int showText = 1);
 
 /// The text of a caught exception.
 ALIDADE_FOUNDATION_API CString GetErrorMessage(const std::exception& exception);

@@ -28,9 +28,9 @@ bool SpeedOf(DWORD baud, speed_t& speed)
         DWORD baud;
         speed_t speed;
     } kSpeeds[] = {
-        {300, B300},       {600, B600},       {1200, B1200},     {2400, B2400},     {4800, B4800},
-        {9600, B9600},     {19200, B19200},   {38400, B38400},   {57600, B57600},   {115200, B115200},
-        {230400, B230400},
+        {300, B300},     {600, B600},       {1200, B1200},     {2400, B2400},
+        {4800, B4800},   {9600, B9600},     {19200, B19200},   {38400, B38400},
+        {57600, B57600}, {115200, B115200}, {230400, B230400},
     };
     for (const auto& known : kSpeeds) {
         if (known.baud == baud) {
@@ -124,7 +124,8 @@ private:
                 error = L"the other side has closed the line";
                 return done;
             }
-            const auto elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
+            const auto elapsed =
+                std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count();
             if (timeoutMs != INFINITE && elapsed >= timeoutMs) {
                 return done;
             }
@@ -144,7 +145,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<ISerialLine> OpenTerminal(const CString& name, const T_SERIAL_SETTINGS& settings, CString& error)
+std::unique_ptr<ISerialLine> OpenTerminal(const CString& name, const T_SERIAL_SETTINGS& settings,
+                                          CString& error)
 {
     const int handle = ::open(ToPath(name).c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     if (handle < 0) {
@@ -155,7 +157,8 @@ std::unique_ptr<ISerialLine> OpenTerminal(const CString& name, const T_SERIAL_SE
     if (::isatty(handle) == 0 || ::ioctl(handle, TIOCMGET, &lines) == 0) {
         return nullptr;
     }
-    const bool ok = (!settings.exclusive || ClaimDevice(handle, error)) && terminal->Configure(settings, error);
+    const bool ok =
+        (!settings.exclusive || ClaimDevice(handle, error)) && terminal->Configure(settings, error);
     return ok ? std::move(terminal) : nullptr;
 }
 

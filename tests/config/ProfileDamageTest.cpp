@@ -20,15 +20,23 @@ TEST_F(ProfileDamage, BadLinesAreLeftOutAndTheFirstIsReported)
         {"not UTF-8", "[A]\nx=1\n; \xE4\ny=\xFF\xFE\nz=\xC3\xA4\n", 3, 2, "[A]\nx=1\nz=\xC3\xA4\n"},
         {"overlong and surrogate forms", "x=\xC0\xAF\ny=\xED\xA0\x80\nz=1\n", 1, 2, "z=1\n"},
         {"nulls", std::string("x=1\0\ny=2\n\0\0\0", 12), 1, 2, "y=2\n"},
-        {"a heading that cannot be read takes its settings along", "[A]\nx=1\n[B\nx=2\n; note\n[C]\nx=3\n", 3, 2,
-         "[A]\nx=1\n; note\n[C]\nx=3\n"},
+        {"a heading that cannot be read takes its settings along", "[A]\nx=1\n[B\nx=2\n; note\n[C]\nx=3\n", 3,
+         2, "[A]\nx=1\n; note\n[C]\nx=3\n"},
         {"headings of bad bytes", "[A]\nx=1\n[\xFF]\nx=2\n", 3, 2, "[A]\nx=1\n"},
         {"headings nested too deep", "[A]\nx=1\n[a" + std::string(64, '/') + "]\nx=2\n", 3, 2, "[A]\nx=1\n"},
         {"a cut last line", "[A]\nx=1\r\nkey", 3, 1, "[A]\nx=1\r\n"},
         {"line ends of all kinds are counted", "[A]\rx=1\r\n\nbad\n", 4, 1, "[A]\rx=1\r\n\n"},
         {"UTF-16 with a lone surrogate and half a character",
-         std::string("\xFF\xFE" "a\0=\0\x00\xD8\n\0b\0=\0" "1\0\n\0c\0=\0x", 23), 1, 2, "b=1\n"},
-        {"UTF-16 without its mark", std::string("a\0=\0" "1\0\n\0", 8), 1, 2, ""},
+         std::string("\xFF\xFE"
+                     "a\0=\0\x00\xD8\n\0b\0=\0"
+                     "1\0\n\0c\0=\0x",
+                     23),
+         1, 2, "b=1\n"},
+        {"UTF-16 without its mark",
+         std::string("a\0=\0"
+                     "1\0\n\0",
+                     8),
+         1, 2, ""},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
@@ -38,9 +46,10 @@ TEST_F(ProfileDamage, BadLinesAreLeftOutAndTheFirstIsReported)
         profile.SetLog(&log);
         EXPECT_EQ(profile.Load(), 1);
         EXPECT_EQ(profile.GetFirstBadLine(), row.firstBadLine);
-        EXPECT_EQ(log.Lines(), std::vector{"CProfile::Load : line " + std::to_string(row.firstBadLine) + " of " +
-                                           ToNarrow(m_path) + " cannot be read; " + std::to_string(row.badLines) +
-                                           (row.badLines == 1 ? " line is" : " lines are") + " left out"});
+        EXPECT_EQ(log.Lines(),
+                  std::vector{"CProfile::Load : line " + std::to_string(row.firstBadLine) + " of " +
+                              ToNarrow(m_path) + " cannot be read; " + std::to_string(row.badLines) +
+                              (row.badLines == 1 ? " line is" : " lines are") + " left out"});
         EXPECT_EQ(profile.Save(), 1);
         EXPECT_EQ(Get(), row.readBack);
         EXPECT_EQ(m_folder.Read("settings.ini.bad"), row.bytes);
@@ -89,7 +98,8 @@ TEST_F(ProfileDamage, AFileThatCannotBeReadLeavesTheContent)
 
 TEST_F(ProfileDamage, AFileCutAnywhereGivesTheLinesBeforeTheCut)
 {
-    std::string whole = "; head\n\n[A]\nx=12\n; \xC3\xA4\nname = \xC3\xA4 b\n\n[A/B]\nx=1&#10;2\n[C]\r\ny=1\r\n";
+    std::string whole =
+        "; head\n\n[A]\nx=12\n; \xC3\xA4\nname = \xC3\xA4 b\n\n[A/B]\nx=1&#10;2\n[C]\r\ny=1\r\n";
     for (std::size_t cut = 0; cut <= whole.size(); ++cut) {
         SCOPED_TRACE(cut);
         const std::string part = whole.substr(0, cut);
@@ -102,7 +112,8 @@ TEST_F(ProfileDamage, AFileCutAnywhereGivesTheLinesBeforeTheCut)
         ASSERT_EQ(complete.Load(), 1);
         EXPECT_EQ(complete.GetFirstBadLine(), 0);
         // The cut line may have been read as well; nothing else may differ.
-        const auto isIn = [](const CProfileSection& section, const CProfileSection& other, const auto& self) -> bool {
+        const auto isIn = [](const CProfileSection& section, const CProfileSection& other,
+                             const auto& self) -> bool {
             for (const CProfileItem* item : section.m_items) {
                 if (item->m_strValue != other.GetItemValue(item->m_strKey.c_str(), L"(none)")) {
                     return false;

@@ -19,7 +19,8 @@ protected:
             ::_exit(body() ? 0 : 1);
         }
         int status = 0;
-        return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) && WEXITSTATUS(status) == 0;
+        return child > 0 && ::waitpid(child, &status, 0) == child && WIFEXITED(status) &&
+               WEXITSTATUS(status) == 0;
     }
 
     /// From here on no file of this process grows past `bytes`, as on a full disk.

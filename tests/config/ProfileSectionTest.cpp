@@ -120,7 +120,8 @@ TEST(ProfileSection, NumbersAreReadWholeOrNotAtAll)
 TEST(ProfileSection, NumbersSurviveWritingExactly)
 {
     CProfileSection section;
-    for (const double value : {0.1, -1.0 / 3, 1e-310, 5e-324, 1.7976931348623157e308, 123456789.0, -0.0, 100.0}) {
+    for (const double value :
+         {0.1, -1.0 / 3, 1e-310, 5e-324, 1.7976931348623157e308, 123456789.0, -0.0, 100.0}) {
         section.SetItemValue(L"d", value);
         EXPECT_EQ(section.GetItemValue(L"d", 5.5), value) << ToNarrow(section.GetItemValue(L"d", L""));
         EXPECT_EQ(std::signbit(section.GetItemValue(L"d", 5.5)), std::signbit(value));
@@ -168,7 +169,8 @@ TEST(ProfileSection, NarrowTextIsCutBetweenCharacters)
     const struct {
         int size;
         const char* text;
-    } rows[] = {{8, "a\xC3\xA4\xF0\x9F\x93\xB7"}, {7, "a\xC3\xA4"}, {4, "a\xC3\xA4"}, {3, "a"}, {2, "a"}, {1, ""}};
+    } rows[] = {
+        {8, "a\xC3\xA4\xF0\x9F\x93\xB7"}, {7, "a\xC3\xA4"}, {4, "a\xC3\xA4"}, {3, "a"}, {2, "a"}, {1, ""}};
     for (const auto& row : rows) {
         char buffer[16];
         std::fill(std::begin(buffer), std::end(buffer), '?');
@@ -198,8 +200,9 @@ TEST_F(ProfileDiagnostics, AValueThatIsNoNumberIsReportedOnceForEachText)
     for (int i = 0; i < 3; ++i) {
         section.GetItemValue(L"Width", 5);
     }
-    EXPECT_EQ(m_log.Lines(), std::vector<CStringA>{"CProfileSection : [Cam1] Width = \"wide\nfake line\" is not an "
-                                                   "integer in range; the default is taken"});
+    EXPECT_EQ(m_log.Lines(),
+              std::vector<CStringA>{"CProfileSection : [Cam1] Width = \"wide\nfake line\" is not an "
+                                    "integer in range; the default is taken"});
     section.SetItemValue(L"Width", L"1e3");
     section.GetItemValue(L"Width", 5);
     section.GetItemValue(L"Width", 5.0);

@@ -54,7 +54,7 @@ constexpr struct {
     {"", "FLCNPRNPC", "-----.---"},
     {"a", "FNNC", "a---"},
     {"abc", "FNNNC", "abc--"},
-    {"abc", "LNN", "c-b"},    // past the end it resets, and what follows a reset is item 1
+    {"abc", "LNN", "c-b"}, // past the end it resets, and what follows a reset is item 1
     {"abc", "FNNNNN", "abc-bc"},
     {"abc", "RNNN", ".bc-"},
     {"abc", "LPPPC", "cba--"}, // before the start too
@@ -123,7 +123,11 @@ TEST(ListCursor, ReverseKeepsTheCursorOnItsItem)
         int cursor;
         const char* after;
         int cursorAfter;
-    } cases[] = {{"", 0, "", 0}, {"a", 0, "a", 0}, {"ab", 0, "ba", 1}, {"abcd", 1, "dcba", 2}, {"abcde", 2, "edcba", 2}};
+    } cases[] = {{"", 0, "", 0},
+                 {"a", 0, "a", 0},
+                 {"ab", 0, "ba", 1},
+                 {"abcd", 1, "dcba", 2},
+                 {"abcde", 2, "edcba", 2}};
     for (const auto& c : cases) {
         CLetters list;
         Fill(list, c.before, c.cursor);
@@ -170,7 +174,8 @@ TEST(ListCursor, FindStartsBehindTheIndexAndLeavesTheCursor)
         const char* item;
         int behind;
         int found;
-    } cases[] = {{twice, -1, 0}, {twice, -50, 0}, {twice, 0, 2}, {twice, 2, -1}, {twice, 99, -1}, {list.Current(), -1, 1}, {nullptr, -1, -1}};
+    } cases[] = {{twice, -1, 0},  {twice, -50, 0},         {twice, 0, 2},    {twice, 2, -1},
+                 {twice, 99, -1}, {list.Current(), -1, 1}, {nullptr, -1, -1}};
     const CLetters& same = list;
     for (const auto& c : cases) {
         int index = c.behind;

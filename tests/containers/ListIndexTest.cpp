@@ -35,10 +35,11 @@ TEST(ListIndex, Insert)
         int result;
         const char* after;
     } cases[] = {
-        {"", 0, -1, 0, "x"},        {"", 0, 0, 0, "x"},        {"", 0, -2, 0, "x"},       {"", 0, 7, 0, "x"},
-        {"abc", 0, -1, 3, "abcx"},  {"abc", 2, 0, 0, "xabc"},  {"abc", 0, 1, 1, "axbc"},  {"abc", 0, 2, 2, "abxc"},
-        {"abc", 0, 3, 3, "abcx"},   {"abc", 1, 99, 3, "abcx"}, {"abc", 1, -9, 3, "abcx"}, {"abc", 0, -2, 1, "axbc"},
-        {"abc", 1, -2, 2, "abxc"},  {"abc", 2, -2, 3, "abcx"}, {"a", 0, 0, 0, "xa"},
+        {"", 0, -1, 0, "x"},       {"", 0, 0, 0, "x"},        {"", 0, -2, 0, "x"},
+        {"", 0, 7, 0, "x"},        {"abc", 0, -1, 3, "abcx"}, {"abc", 2, 0, 0, "xabc"},
+        {"abc", 0, 1, 1, "axbc"},  {"abc", 0, 2, 2, "abxc"},  {"abc", 0, 3, 3, "abcx"},
+        {"abc", 1, 99, 3, "abcx"}, {"abc", 1, -9, 3, "abcx"}, {"abc", 0, -2, 1, "axbc"},
+        {"abc", 1, -2, 2, "abxc"}, {"abc", 2, -2, 3, "abcx"}, {"a", 0, 0, 0, "xa"},
     };
     for (const auto& c : cases) {
         CLetters list;
@@ -61,7 +62,7 @@ TEST(ListIndex, Remove)
         const char* after;
         int cursorAfter;
     } cases[] = {
-        {"", 0, -1, 0, "", 0},       {"", 0, 0, 0, "", 0},         {"", 0, -2, 0, "", 0},
+        {"", 0, -1, 0, "", 0},        {"", 0, 0, 0, "", 0},         {"", 0, -2, 0, "", 0},
         {"abc", 0, -1, 'c', "ab", 1}, {"abc", 2, 0, 'a', "bc", 0},  {"abc", 0, 1, 'b', "ac", 1},
         {"abc", 0, 2, 'c', "ab", 1},  {"abc", 0, 3, 'c', "ab", 1},  {"abc", 0, -9, 'c', "ab", 1},
         {"abc", 0, -2, 'a', "bc", 0}, {"abc", 1, -2, 'b', "ac", 1}, {"abc", 2, -2, 'c', "ab", 1},
@@ -97,7 +98,7 @@ TEST(ListIndex, SwapTakesPlainIndicesOnly)
         int a, b, result;
         const char* after;
     } cases[] = {
-        {0, 3, 1, "dbca"}, {2, 1, 1, "acbd"}, {1, 1, 1, "abcd"}, {0, 4, 0, "abcd"},
+        {0, 3, 1, "dbca"},  {2, 1, 1, "acbd"},  {1, 1, 1, "abcd"}, {0, 4, 0, "abcd"},
         {-1, 0, 0, "abcd"}, {0, -2, 0, "abcd"}, {4, 4, 0, "abcd"},
     };
     for (const auto& c : cases) {

@@ -26,13 +26,14 @@ using CCountedRef = TRefPointer<T_COUNTED, int, int>;
 /// Whether another thread could take the list's lock now.
 bool IsFreeForOthers(CCriticalSection& lock)
 {
-    return std::async(std::launch::async, [&] {
-               const bool taken = lock.TryLock();
-               if (taken) {
-                   lock.Unlock();
-               }
-               return taken;
-           })
+    return std::async(std::launch::async,
+                      [&] {
+                          const bool taken = lock.TryLock();
+                          if (taken) {
+                              lock.Unlock();
+                          }
+                          return taken;
+                      })
         .get();
 }
 

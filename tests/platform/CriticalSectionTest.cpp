@@ -15,13 +15,14 @@ namespace {
 /// Whether another thread gets the lock at once; it lets go of it again.
 bool IsFreeForOthers(CCriticalSection& lock)
 {
-    return std::async(std::launch::async, [&] {
-               const bool taken = lock.TryLock();
-               if (taken) {
-                   lock.Unlock();
-               }
-               return taken;
-           })
+    return std::async(std::launch::async,
+                      [&] {
+                          const bool taken = lock.TryLock();
+                          if (taken) {
+                              lock.Unlock();
+                          }
+                          return taken;
+                      })
         .get();
 }
 

@@ -38,7 +38,8 @@ TEST(FileReplace, WhatCannotBeReplacedStaysAndTheReasonIsTold)
     CTempFolder folder;
     fs::create_directory(folder / "folder");
     folder.Write("file", "old");
-    for (const fs::path& path : {folder / "missing" / "file.ini", folder / "folder", folder / "file" / "below"}) {
+    for (const fs::path& path :
+         {folder / "missing" / "file.ini", folder / "folder", folder / "file" / "below"}) {
         CString error;
         EXPECT_EQ(ReplaceFileWith(path, "new", &error), 0) << path;
         EXPECT_FALSE(error.empty()) << path;

@@ -12,11 +12,13 @@ TEST(Format, TextConversionsTakeEitherWidthInEitherFormat)
     const wchar_t* wide = L"\u00E9";
     const char* narrow = "\xC3\xA9";
     // Plain %s is the format's own kind, %S the other; h and l decide by themselves.
-    EXPECT_EQ(Format(L"%s %S %ls %hs %lS %hS", wide, narrow, wide, narrow, wide, narrow), L"\u00E9 \u00E9 \u00E9 \u00E9 \u00E9 \u00E9");
+    EXPECT_EQ(Format(L"%s %S %ls %hs %lS %hS", wide, narrow, wide, narrow, wide, narrow),
+              L"\u00E9 \u00E9 \u00E9 \u00E9 \u00E9 \u00E9");
     EXPECT_EQ(Format("%s %S %ls %hs", narrow, wide, wide, narrow), "\xC3\xA9 \xC3\xA9 \xC3\xA9 \xC3\xA9");
     EXPECT_EQ(Format(L"%c%C%lc|%3c|%-3c|", L'\u20AC', 'b', L'c', L'd', L'e'), L"\u20ACbc|  d|e  |");
     EXPECT_EQ(Format("%c%C|", 'a', L'\u20AC'), "a\xE2\x82\xAC|");
-    EXPECT_EQ(Format(L"%s|%S|%5.2s", static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr), L"abc"),
+    EXPECT_EQ(Format(L"%s|%S|%5.2s", static_cast<const wchar_t*>(nullptr), static_cast<const char*>(nullptr),
+                     L"abc"),
               L"(null)|(null)|   ab");
     EXPECT_EQ(Format("%s", static_cast<const char*>(nullptr)), "(null)");
 }
@@ -45,8 +47,10 @@ TEST(Format, APrecisionBoundsTextThatDoesNotEndInANull)
 TEST(Format, IntegersOfEveryWidth)
 {
     const unsigned long long most = ULLONG_MAX;
-    EXPECT_EQ(Format("%lld %llu %llx", LLONG_MIN, most, most), "-9223372036854775808 18446744073709551615 ffffffffffffffff");
-    EXPECT_EQ(Format(L"%I64d %I64u %I32u", LLONG_MIN, most, 7u), L"-9223372036854775808 18446744073709551615 7");
+    EXPECT_EQ(Format("%lld %llu %llx", LLONG_MIN, most, most),
+              "-9223372036854775808 18446744073709551615 ffffffffffffffff");
+    EXPECT_EQ(Format(L"%I64d %I64u %I32u", LLONG_MIN, most, 7u),
+              L"-9223372036854775808 18446744073709551615 7");
     EXPECT_EQ(Format("%zu %td %jd", std::size_t(SIZE_MAX), std::ptrdiff_t(-1), std::intmax_t(-2)),
               "18446744073709551615 -1 -2");
     EXPECT_EQ(Format("%ld %lu", -5L, 5UL), "-5 5");

@@ -10,7 +10,9 @@ namespace fs = std::filesystem;
 
 namespace {
 
-void AnAddressInThisProgram() {}
+void AnAddressInThisProgram()
+{
+}
 
 fs::path ProgramPath()
 {
@@ -31,7 +33,7 @@ TEST(Module, ALibraryLoadsByItsPathWhateverItsNameEndsIn)
     EXPECT_EQ(addOne(41), 42);
     EXPECT_EQ(GetModuleSymbol(module, "NoSuchName"), nullptr);
     EXPECT_EQ(fs::canonical(GetModulePath(reinterpret_cast<const void*>(addOne))), fs::canonical(path));
-    FreeModule(module);
+    UnloadModule(module);
 }
 
 TEST(Module, WhatIsNoLibraryGivesNullAndAReason)
@@ -39,7 +41,10 @@ TEST(Module, WhatIsNoLibraryGivesNullAndAReason)
     CTempFolder folder;
     folder.Write("text.dll", "this is no library");
     folder.Write("empty.dll", "");
-    folder.Write("half.dll", std::string("\x7F" "ELF\x02\x01\x01", 7) + std::string(40, '\0'));
+    folder.Write("half.dll", std::string("\x7F"
+                                         "ELF\x02\x01\x01",
+                                         7) +
+                                 std::string(40, '\0'));
     for (const fs::path& path : {folder / "missing.dll", folder / "text.dll", folder / "empty.dll",
                                  folder / "half.dll", folder.Path(), fs::path()}) {
         CString error;
@@ -51,7 +56,7 @@ TEST(Module, WhatIsNoLibraryGivesNullAndAReason)
 
 TEST(Module, NullIsPassedOver)
 {
-    FreeModule(nullptr);
+    UnloadModule(nullptr);
     EXPECT_EQ(GetModuleSymbol(nullptr, "malloc"), nullptr);
     EXPECT_TRUE(GetModulePath(nullptr).empty());
 }

@@ -1,5 +1,5 @@
-#include "foundation/platform/SystemError.h"
 #include "foundation/platform/Text.h"
+#include "foundation/platform/SystemError.h"
 
 #include <gtest/gtest.h>
 
@@ -30,15 +30,15 @@ TEST(Text, Utf8IsReadStrictlyAndMalformedBytesAreMarked)
         {"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80", L"\x7F\u0080\u07FF\u0800", true},
         {"\xEF\xBF\xBF\xF0\x90\x80\x80\xF4\x8F\xBF\xBF", L"\uFFFF\U00010000\U0010FFFF", true},
         {"\xED\x9F\xBF\xEE\x80\x80", L"\uD7FF\uE000", true},
-        {"a\x80z", L"a" + Bad(1) + L"z", false},                             // a lone continuation
-        {"\xC0\xAF", Bad(2), false},                                         // overlong forms
+        {"a\x80z", L"a" + Bad(1) + L"z", false}, // a lone continuation
+        {"\xC0\xAF", Bad(2), false},             // overlong forms
         {"\xE0\x80\xAF", Bad(3), false},
         {"\xF0\x80\x80\xAF", Bad(4), false},
-        {"\xED\xA0\xBD\xED\xB8\x80", Bad(6), false},                         // surrogates
-        {"\xF4\x90\x80\x80", Bad(4), false},                                 // beyond U+10FFFF
+        {"\xED\xA0\xBD\xED\xB8\x80", Bad(6), false}, // surrogates
+        {"\xF4\x90\x80\x80", Bad(4), false},         // beyond U+10FFFF
         {"\xF8\x88\x80\x80\x80\xFF", Bad(6), false},
-        {"x\xE2\x82", L"x" + Bad(2), false},                                 // cut short at the end
-        {"\xE2\x82z\xC3", Bad(2) + L"z" + Bad(1), false},                    // and in the middle
+        {"x\xE2\x82", L"x" + Bad(2), false},              // cut short at the end
+        {"\xE2\x82z\xC3", Bad(2) + L"z" + Bad(1), false}, // and in the middle
     };
     for (const auto& c : cases) {
         EXPECT_EQ(ToWide(c.utf8), c.wide) << testing::PrintToString(c.utf8);
@@ -57,7 +57,10 @@ TEST(Text, WideTextBecomesUtf8AndUtf16AndALoneSurrogateIsMarked)
         std::u16string utf16;
     } cases[] = {
         {L"\u00E9\u20AC\U0001F600", "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", u"\u00E9\u20AC\xD83D\xDE00"},
-        {CString(L"a") + kLoneLow + L"b", "a\xEF\xBF\xBD" "b", u"a\uFFFDb"},
+        {CString(L"a") + kLoneLow + L"b",
+         "a\xEF\xBF\xBD"
+         "b",
+         u"a\uFFFDb"},
         {CString(1, kLoneHigh), "\xEF\xBF\xBD", u"\uFFFD"},
     };
     for (const auto& c : cases) {
@@ -65,7 +68,7 @@ TEST(Text, WideTextBecomesUtf8AndUtf16AndALoneSurrogateIsMarked)
         EXPECT_EQ(ToUtf16(c.wide), c.utf16);
     }
     EXPECT_EQ(FromUtf16(u"\u00E9\xD83D\xDE00!"), L"\u00E9\U0001F600!");
-    EXPECT_EQ(FromUtf16(std::u16string{u'a', 0xD83D}), L"a\uFFFD");             // cut in a pair
+    EXPECT_EQ(FromUtf16(std::u16string{u'a', 0xD83D}), L"a\uFFFD");               // cut in a pair
     EXPECT_EQ(FromUtf16(std::u16string{0xDE00, 0xD83D, u'b'}), L"\uFFFD\uFFFDb"); // the wrong way round
 }
 

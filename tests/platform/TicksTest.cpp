@@ -26,7 +26,8 @@ TEST(Ticks, ElapsedTimeIsAnUnsignedDifferenceSoTheWrapDoesNoHarm)
         {1000, 0xFFFFFFFE, 999, true},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(IsTimedout(c.start, c.duration, c.now), c.over) << c.start << " " << c.duration << " " << c.now;
+        EXPECT_EQ(IsTimedout(c.start, c.duration, c.now), c.over)
+            << c.start << " " << c.duration << " " << c.now;
     }
 }
 

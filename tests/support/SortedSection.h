@@ -6,7 +6,8 @@
 
 namespace alidade {
 
-/// A copy of a section with its items and sub-sections in the order of their names, for comparing content alone.
+/// A copy of a section with its items and sub-sections in the order of their names, for comparing content
+/// alone.
 inline CProfileSection Sorted(const CProfileSection& section)
 {
     std::map<CString, const CProfileItem*> items;

@@ -2,11 +2,9 @@
 
 #include "DriverCheck.h"
 #include "CheckRun.h"
-#include "DeadlineRunner.h"
 
 #include "tests/support/TempFolder.h"
 
-#include <future>
 #include <gtest/gtest.h>
 #include <opencv2/imgcodecs.hpp>
 
@@ -163,29 +161,4 @@ TEST(DriverCheck, HelpAndListSucceed)
     for (const T_DRIVER_CHECK& check : CDriverCheck::GetTable()) {
         EXPECT_NE(list.output.find(check.name), list.output.npos) << check.name;
     }
-}
-
-TEST(DeadlineRunner, TellsReturnThrowAndStallApart)
-{
-    auto release = std::make_shared<std::promise<void>>();
-    {
-        CDeadlineRunner runner(200);
-        int value = 0;
-        CDeadlineRunner patient(60000);
-        patient.Run("counting", [&] { ++value; });
-        EXPECT_EQ(value, 1);
-        try {
-            patient.Run("reading", [] { throw std::runtime_error("no cable"); });
-            ADD_FAILURE() << "the exception was lost";
-        } catch (const CCheckFailed& failed) {
-            EXPECT_STREQ(failed.what(), "reading threw an exception: no cable");
-        }
-        patient.Run("counting", [&] { ++value; });
-        EXPECT_EQ(value, 2);
-
-        EXPECT_THROW(runner.Run("waiting", [release] { release->get_future().wait(); }), CCheckStalled);
-        EXPECT_TRUE(runner.IsStalled());
-        EXPECT_THROW(runner.Run("more", [] {}), CCheckStalled);
-    }
-    release->set_value();
 }

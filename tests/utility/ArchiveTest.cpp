@@ -103,10 +103,11 @@ TEST(Archive, TextThatIsCutOrTooLongIsRefusedWithoutAllocatingIt)
         "\xFF\xFE",
         "\xFF\xFE\xFF",
         "\xFF\xFE\xFF\x02z",
-        "\xFF\xFE\xFF\xFF\xFE\xFF\x01z",                                          // marked as wide twice
-        "\xFF\xFF\xFF\xFF\xFF\xFF\x7Fz",                                          // 2 GB
+        "\xFF\xFE\xFF\xFF\xFE\xFF\x01z",                                            // marked as wide twice
+        "\xFF\xFF\xFF\xFF\xFF\xFF\x7Fz",                                            // 2 GB
         "\xFF\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF", // 2^64 - 1 wide ones
-        std::string("\xFF\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x01\0\0\0\0\0\0\x80zz", 20), // twice that wraps to 2
+        std::string("\xFF\xFE\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF\x01\0\0\0\0\0\0\x80zz",
+                    20), // twice that wraps to 2
     };
     for (const std::string& bytes : rows) {
         CArchiveU archive(bytes.data(), bytes.size());

@@ -1,6 +1,6 @@
+#include "foundation/utility/Comm.h"
 #include "foundation/platform/Text.h"
 #include "foundation/platform/Ticks.h"
-#include "foundation/utility/Comm.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>
@@ -34,7 +34,8 @@ extern "C" __attribute__((visibility("default"))) int ioctl(int handle, unsigned
     void* const argument = va_arg(args, void*);
     va_end(args);
     const int result = system(handle, request, argument);
-    const bool isLines = request == TIOCMGET || request == TIOCMSET || request == TIOCMBIS || request == TIOCMBIC;
+    const bool isLines =
+        request == TIOCMGET || request == TIOCMSET || request == TIOCMBIS || request == TIOCMBIC;
     if (result == 0 || !isLines || !g_hasModemLines || ::isatty(handle) == 0) {
         return result;
     }
@@ -251,7 +252,8 @@ TEST_P(Comm, APortIsHadByOneAtATime)
     EXPECT_EQ(line.Receive(1), "x");
     port.Close();
     EXPECT_EQ(OpenPlain(other, line.Name()), 1);
-    EXPECT_EQ(port.Open(line.Name().c_str(), 0, 0, 0, 0, 0, 0, 0, 0), 1) << "who does not ask for it shares it";
+    EXPECT_EQ(port.Open(line.Name().c_str(), 0, 0, 0, 0, 0, 0, 0, 0), 1)
+        << "who does not ask for it shares it";
 }
 
 TEST_P(Comm, WhatCannotBeOpenedSaysWhy)
@@ -275,8 +277,8 @@ TEST_P(Comm, WhatCannotBeOpenedSaysWhy)
     CXComm port;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.what);
-        EXPECT_EQ(port.Open(row.port.c_str(), row.baud, 1, BYTE(row.bits), BYTE(row.parity), BYTE(row.stopBits), 0, 0,
-                            BYTE(row.flow)),
+        EXPECT_EQ(port.Open(row.port.c_str(), row.baud, 1, BYTE(row.bits), BYTE(row.parity),
+                            BYTE(row.stopBits), 0, 0, BYTE(row.flow)),
                   0);
         EXPECT_EQ(port.IsOpen(), 0);
         EXPECT_NE(port.GetError(), L"");

@@ -1,5 +1,5 @@
-#include "foundation/platform/Text.h"
 #include "foundation/utility/Path.h"
+#include "foundation/platform/Text.h"
 #include "tests/support/TempFolder.h"
 
 #include <gtest/gtest.h>

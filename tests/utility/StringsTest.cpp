@@ -1,5 +1,5 @@
-#include "foundation/platform/Text.h"
 #include "foundation/utility/Strings.h"
+#include "foundation/platform/Text.h"
 
 #include <gtest/gtest.h>
 
@@ -25,8 +25,12 @@ TEST(Strings, SplitsAtEachSeparator)
         const wchar_t* text;
         Texts_t pieces;
     } rows[] = {
-        {L"a,b,c", {L"a", L"b", L"c"}}, {L",a,,", {L"", L"a", L"", L""}}, {L"abc", {L"abc"}},
-        {L",", {L"", L""}},             {L"", {}},                        {nullptr, {}},
+        {L"a,b,c", {L"a", L"b", L"c"}},
+        {L",a,,", {L"", L"a", L"", L""}},
+        {L"abc", {L"abc"}},
+        {L",", {L"", L""}},
+        {L"", {}},
+        {nullptr, {}},
     };
     for (const auto& row : rows) {
         TList<CString, int, int> list;
@@ -136,8 +140,9 @@ TEST(Strings, DumpsBytesInHex)
 {
     TList<CString, int, int> lines;
     MakeDataToHexForm(lines, "0123456789abcdef\x00\x7F\xFF", 19);
-    EXPECT_EQ(Texts(lines), (Texts_t{L"00000000  30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66  |0123456789abcdef|",
-                                     L"00000010  00 7F FF                                         |...|"}));
+    EXPECT_EQ(Texts(lines),
+              (Texts_t{L"00000000  30 31 32 33 34 35 36 37 38 39 61 62 63 64 65 66  |0123456789abcdef|",
+                       L"00000010  00 7F FF                                         |...|"}));
     lines.DeleteAll();
     MakeDataToHexForm(lines, "abc", 3, 2, 0);
     EXPECT_EQ(Texts(lines), (Texts_t{L"00000000  61 62", L"00000002  63"}));

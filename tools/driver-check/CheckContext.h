@@ -22,7 +22,8 @@ public:
     /// Destroys the drivers that MakeDriver made.
     void DestroyOthers();
 
-    bool HasPassed(const std::string& check) const { return m_failed.count(check) == 0; }
+    /// The check failed, or was not run because of another that did.
+    bool HasFailed(const std::string& check) const { return m_failed.count(check) != 0; }
     void SetFailed(const std::string& check) { m_failed.insert(check); }
 
     /// How long no frame must come before the flow counts as ended.
@@ -36,7 +37,7 @@ public:
     int nNewBuffers = 0;                 // while they were recorded
 
 private:
-    std::set<std::string> m_failed; // or not run because of another that failed
+    std::set<std::string> m_failed;
     std::unique_ptr<CCheckedDriver> m_pMain;
     std::vector<std::unique_ptr<CCheckedDriver>> m_others;
 };

@@ -87,7 +87,7 @@ void CDriverCheck::Run(const Report& report, const Announce& announce)
         std::string unmet;
         std::istringstream needs(check.needs);
         for (std::string need; needs >> need && unmet.empty();) {
-            unmet = m_pContext->HasPassed(need) ? "" : need;
+            unmet = m_pContext->HasFailed(need) ? need : "";
         }
         T_CHECK_RESULT result{check.name, eCHECK_OUTCOME::kSkip, ""};
         if (IsStalled()) {

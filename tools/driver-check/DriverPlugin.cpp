@@ -31,7 +31,7 @@ bool CDriverPlugin::Load(CString& error)
 
 void CDriverPlugin::Unload()
 {
-    FreeModule(std::exchange(m_hModule, nullptr));
+    UnloadModule(std::exchange(m_hModule, nullptr));
 }
 
 std::string CDriverPlugin::GetMissingExports() const

@@ -64,12 +64,12 @@ TEST(GenICamDriver, DeliversWholeFramesIntoTheSameMemory)
 
 TEST(GenICamDriver, NoFrameFollowsStopOrCloseHoweverOften)
 {
+    std::atomic<bool> stopped{false};
+    std::atomic<unsigned> late{0};
     CDriverUnderTest driver;
     EXPECT_TRUE(driver->CloseFrameGrabber()) << "nothing is open";
     EXPECT_FALSE(driver->StartCapture());
     EXPECT_TRUE(driver->StopCapture());
-    std::atomic<bool> stopped{false};
-    std::atomic<unsigned> late{0};
     driver.OnFrame([&](const cv::Mat&) { late += stopped ? 1 : 0; });
     for (int round = 0; round < 5; ++round) {
         ASSERT_TRUE(driver.Init(Fake())); // the second time on an open driver
@@ -102,11 +102,11 @@ TEST(GenICamDriver, CallsFromTheCallbackNeitherHangNorCrash)
     std::atomic<int> closeResult{-1};
     std::atomic<int> initResult{-1};
     CDriverUnderTest driver;
-    driver.OnFrame([&](const cv::Mat&) {
-        driver->StopCapture();
+    driver.OnFrame([&, &plugin = *driver](const cv::Mat&) {
+        plugin.StopCapture();
         CString message;
-        initResult = driver->InitFrameGrabber(CProfileSection(), message);
-        closeResult = driver->CloseFrameGrabber();
+        initResult = plugin.InitFrameGrabber(CProfileSection(), message);
+        closeResult = plugin.CloseFrameGrabber();
     });
     ASSERT_TRUE(driver.Init(Fake()));
     ASSERT_TRUE(driver->StartCapture());
@@ -121,8 +121,8 @@ TEST(GenICamDriver, CallsFromTheCallbackNeitherHangNorCrash)
 
 TEST(GenICamDriver, AnExceptionOfTheCallbackCostsOneFrame)
 {
-    CDriverUnderTest driver;
     std::atomic<int> calls{0};
+    CDriverUnderTest driver;
     driver.OnFrame([&](const cv::Mat&) {
         if (++calls <= 3) {
             throw std::runtime_error("thrown by the test");

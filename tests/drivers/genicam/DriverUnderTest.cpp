@@ -52,7 +52,7 @@ void* CDriverUnderTest::Symbol(const char* name)
 }
 
 CDriverUnderTest::CDriverUnderTest()
-    : m_driver(reinterpret_cast<GetFrameGrabberFunction>(Symbol("GetFrameGrabber"))())
+    : m_driver(reinterpret_cast<GetFrameGrabberFunction>(Symbol("GetFrameGrabber"))()), m_pFrameSource(m_driver.get())
 {
     m_driver->SetLog(&m_log);
     m_driver->SetNewImageCallback(&CDriverUnderTest::NewImage, this);
@@ -90,7 +90,7 @@ int CDriverUnderTest::NewImage(void* argument)
         handler = self->m_handler;
     }
     if (handler) {
-        handler(self->m_driver->m_image);
+        handler(self->m_pFrameSource->m_image);
     }
     const std::lock_guard lock(self->m_mutex);
     ++self->m_nFrames;

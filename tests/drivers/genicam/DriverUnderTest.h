@@ -62,6 +62,7 @@ private:
 
     CLineLog m_log;
     std::unique_ptr<IFrameGrabberInterface> m_driver;
+    IFrameGrabberInterface* const m_pFrameSource; // for the callback: m_driver is null while it is destroyed
     std::string m_message;
     mutable std::mutex m_mutex;
     std::condition_variable m_changed;

@@ -20,6 +20,7 @@ namespace alidade {
 namespace {
 
 constexpr const char* kProgram = "/usr/bin/arv-fake-gv-camera-0.8";
+constexpr const char* kKeeper = "/usr/bin/setpriv"; // becomes the program, which then ends with this process
 constexpr std::uint16_t kControlPort = 3956;
 
 /// Tries until the condition holds; false after 20 seconds.
@@ -49,6 +50,9 @@ CFakeCamera::CFakeCamera(std::vector<std::string> arguments) : m_arguments(std::
     if (m_lockFile >= 0) {
         ::flock(m_lockFile, LOCK_EX);
     }
+    if (ReadRegister(kWidth)) {
+        throw std::runtime_error("another camera answers at 127.0.0.1 already");
+    }
     Start();
 }
 
@@ -63,13 +67,16 @@ CFakeCamera::~CFakeCamera()
 void CFakeCamera::Start()
 {
     std::vector<std::string> words{kProgram, "-i", kAddress, "-s", "ALIDADE01"};
+    if (::access(kKeeper, X_OK) == 0) {
+        words.insert(words.begin(), {kKeeper, "--pdeathsig", "KILL"});
+    }
     words.insert(words.end(), m_arguments.begin(), m_arguments.end());
     std::vector<char*> argv;
     for (std::string& word : words) {
         argv.push_back(word.data());
     }
     argv.push_back(nullptr);
-    if (::posix_spawn(&m_process, kProgram, nullptr, nullptr, argv.data(), environ) != 0) {
+    if (::posix_spawn(&m_process, argv.front(), nullptr, nullptr, argv.data(), environ) != 0) {
         m_process = 0;
         throw std::runtime_error("the simulated camera cannot be started");
     }

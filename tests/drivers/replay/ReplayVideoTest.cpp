@@ -39,6 +39,8 @@ protected:
         }
     }
 
+    void TearDown() override { m_driver->CloseFrameGrabber(); }
+
     CTempFolder m_folder;
     CLogLines m_log;
     std::unique_ptr<IFrameGrabberInterface> m_driver = MakeReplay();

@@ -8,6 +8,7 @@
 #include "foundation/platform/CriticalSection.h"
 #include "foundation/platform/Ticks.h"
 
+#include <exception>
 #include <opencv2/core.hpp>
 
 namespace alidade {
@@ -60,7 +61,8 @@ public:
 ///
 ///     { CDriverFrame frame(*this); picture.copyTo(frame.Image()); }
 ///
-/// `frame.Image()` keeps its memory from frame to frame: copy into it rather than assigning to it.
+/// `frame.Image()` keeps its memory from frame to frame: copy into it rather than assigning to it. When the block
+/// is left by an exception nothing is delivered.
 class CDriverFrame {
 public:
     explicit CDriverFrame(IFrameGrabberInterface& driver) : m_driver(driver)
@@ -71,7 +73,7 @@ public:
     ~CDriverFrame() noexcept(false)
     {
         const Unlock unlock{m_driver};
-        if (!m_cancelled && m_driver.m_pfnNewImage != nullptr) {
+        if (!m_cancelled && std::uncaught_exceptions() == m_exceptions && m_driver.m_pfnNewImage != nullptr) {
             m_driver.m_pfnNewImage(m_driver.m_pNewImageArg);
         }
     }
@@ -89,6 +91,7 @@ private:
     };
     IFrameGrabberInterface& m_driver;
     bool m_cancelled = false;
+    int m_exceptions = std::uncaught_exceptions();
 };
 
 } // namespace alidade
