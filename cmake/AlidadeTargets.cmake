@@ -35,7 +35,7 @@ function(alidade_test name)
     # Run as whole programs by scripts/test-windows.sh.
     return()
   endif()
-  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST
+  gtest_discover_tests(${target} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES
     TEST_PREFIX "${name}."
     PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT} ENVIRONMENT "${ARG_ENVIRONMENT}"
       RESOURCE_LOCK "${ARG_RESOURCE_LOCK}")

@@ -77,6 +77,7 @@ TEST_F(ProfileDamage, ADamagedFileIsNotKeptAsideByASaveElsewhere)
 {
     Put("bad\n[S]\nx=1\n");
     ASSERT_EQ(m_profile.Load(), 1);
+    m_folder.Write("other.ini", "old");
     ASSERT_EQ(m_profile.Save(FromPath(m_folder / "other.ini").c_str()), 1);
     EXPECT_EQ(Files(), (std::vector<std::string>{"other.ini", "settings.ini"}));
     EXPECT_EQ(Get(), "bad\n[S]\nx=1\n");

@@ -55,12 +55,15 @@ TEST_F(ProfileLayout, AHandWrittenFileIsReadAsItsWriterMeansIt)
     EXPECT_EQ(m_profile.GetFirstBadLine(), 0);
     EXPECT_STREQ(Value(nullptr, L"Version"), L"3");
     EXPECT_STREQ(Value(L"Other Program", L"Command"), L"\"run; now\" # all of this");
-    const CProfileSection& camera = *m_profile.FindSection(L"CameraSettings")->FindSubSection(L"Cam1");
+    EXPECT_NE(m_profile.FindSection(L"Empty"), nullptr);
+    const CProfileSection camera = *m_profile.FindSection(L"CameraSettings")->FindSubSection(L"Cam1");
     EXPECT_STREQ(camera.GetItemValue(L"FrameGrabber", L""), L"GenICam");
     EXPECT_STREQ(camera.GetItemValue(L"Gain", L"?"), L"");
     EXPECT_EQ(camera.GetItemValue(L"Exposure", 0), 1600) << "the last of two settings of one key counts";
     EXPECT_EQ(camera.m_items.NodeAt(2)->item->m_strComment, L"in microseconds");
-    EXPECT_NE(m_profile.FindSection(L"Empty"), nullptr);
+    Put("[A]\n; a group\n\n;one\n# two\nx=1\n");
+    ASSERT_EQ(m_profile.Load(), 1);
+    EXPECT_EQ(m_profile.GetSection(L"A").m_items.First()->m_strComment, L"one\ntwo");
 }
 
 TEST_F(ProfileLayout, AChangedValueChangesItsOwnPlaceOnly)
@@ -119,6 +122,8 @@ TEST_F(ProfileLayout, SettingsAndSectionsGoIntoAndOutOfTheirPlaces)
          [](CProfile& p) { p.DeleteSection(L"B"); }, "[A]\nx=1\n\n; b\n; about C\n[C]\nz=3\n"},
         {"the last section goes, the end of the file stays", "[A]\nx=1\n\n[B]\ny=2\n; in B\n\n; end\n",
          [](CProfile& p) { p.DeleteSection(L"B"); }, "[A]\nx=1\n\n; end\n"},
+        {"comments that end the last section go with it", "[A]\nx=1\n\n[B]\n\ny=2\n; in B\n",
+         [](CProfile& p) { p.DeleteSection(L"B"); }, "[A]\nx=1\n\n"},
         {"a section goes with its sub-sections", "[A]\nx=1\n[A/1]\nx=1\n[B]\n[A/1/2]\nx=1\n",
          [](CProfile& p) { p.DeleteSection(L"A"); }, "[B]\n"},
         {"a section that is emptied keeps its heading", "[A]\nx=1\n[B]\ny=1\n",
@@ -130,6 +135,8 @@ TEST_F(ProfileLayout, SettingsAndSectionsGoIntoAndOutOfTheirPlaces)
          [](CProfile& p) { p.SetProfileValue(L"A", L"x", L"1", L"new"); }, "[A]\n; group\n\n; new\nx=1\n"},
         {"and put between where it stands apart", "[A]\n; group\n\nx=1\n",
          [](CProfile& p) { p.SetProfileValue(L"A", L"x", L"1", L"new"); }, "[A]\n; group\n\n; new\nx=1\n"},
+        {"but the head of the file is nobody's", "; head\nx=1\n",
+         [](CProfile& p) { p.SetProfileValue(nullptr, L"x", L"1", L"new"); }, "; head\n; new\nx=1\n"},
         {"a section assigned from elsewhere leaves comments and order", "[A]\n; why\nx=1\ny=2\n",
          [](CProfile& p) {
              CProfileSection other(L"A");

@@ -68,6 +68,7 @@ const std::vector<CString>& AwkwardTexts()
                                                L"e\u0301",
                                                L"\v\f",
                                                CString(1, wchar_t(0xD800)),
+                                               CString(1, L'\0'),
                                                CString(3, L'\0'),
                                                CString(5000, L'x')};
     return texts;

@@ -61,6 +61,7 @@ TEST(Strings, FiltersByWildcardsAndTellsWhatTheyStoodFor)
         {L"img_01.png", L"img_???.*", 0, 0, {}},
         {L"abcabc", L"*b*c", 0, 1, {L"a", L"cab"}},
         {L"aXbXc", L"*X?*", 0, 1, {L"a", L"b", L"Xc"}},
+        {L"abXX", L"*?X", 0, 1, {L"ab", L"X"}},
         {L"abc", L"***", 0, 1, {L"", L"", L"abc"}},
         {L"x.jpg", L"*.png|*.jpg", 0, 1, {L"x"}},
         {L"x.gif", L"*.png|*.jpg", 0, 0, {}},
