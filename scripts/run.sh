@@ -33,8 +33,8 @@ play() {
 }
 
 cd "$root"
-play board "$pictures/board.jpg" 1 100,60,560,420
+play board "$pictures/board.jpg" 1 40,30,560,420
 play chessboards "$pictures/left??.jpg" 13 40,20,560,440
-play video "$pictures/vtest.avi" 50 128,96,512,384
+play video "$pictures/vtest.avi" 50 96,48,576,480
 echo
 echo "The pictures and reports are in out/board, out/chessboards and out/video."
