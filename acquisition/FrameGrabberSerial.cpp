@@ -15,8 +15,13 @@ void CFrameGrabber::RecordFrame()
     if (node == nullptr) {
         return;
     }
-    node->item->dwTick = GetTickCount();
-    CopyImage(m_pInterface->m_image, node->item->image);
+    try {
+        node->item->dwTick = GetTickCount();
+        CopyImage(m_pInterface->m_image, node->item->image);
+    } catch (...) {
+        m_freeBuffers.InsertNode(node);
+        throw;
+    }
     m_filledBuffers.InsertNode(node);
 }
 

@@ -51,7 +51,7 @@ endif()
 find_program(ALIDADE_CCACHE ccache)
 if(ALIDADE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
   set(CMAKE_CXX_COMPILER_LAUNCHER
-    ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${ALIDADE_CCACHE})
+    ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${PROJECT_SOURCE_DIR} CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime ${ALIDADE_CCACHE})
   if(NOT MSVC)
     add_compile_options(-fpch-preprocess)
   endif()

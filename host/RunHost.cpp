@@ -63,8 +63,8 @@ int RunHost(const T_HOST_OPTIONS& options, CEvent& stop, CStringA& text, T_HOST_
     if (!ok) {
         log.WriteErrorLog(L"%s", failure.text.c_str());
     }
-    CallDriver(options.dwTimeout, L"unload", CFrameGrabber::UnloadFrameGrabberDll);
     CProfileSection::SetDiagnosticLog(nullptr);
+    GuardExit(options.dwTimeout);
     return ok;
 }
 

@@ -8,6 +8,7 @@ namespace alidade {
 namespace {
 
 constexpr std::string_view kBlanks = " \t";
+constexpr std::string_view kMark = "\xEF\xBB\xBF";
 
 std::string_view TrimBlanks(std::string_view text)
 {
@@ -61,6 +62,9 @@ bool CIniLines::Next(T_INI_LINE& line)
     line.text = m_rest.substr(0, length);
     line.end = m_rest.substr(length, end);
     m_rest.remove_prefix(length + end);
+    while (line.text.starts_with(kMark)) {
+        line.text.remove_prefix(kMark.size());
+    }
     line.kind = Classify(line);
     return true;
 }

@@ -23,7 +23,8 @@ struct T_INI_LINE {
     std::string_view value; // trimmed, as written; empty, it lies where a value would begin
 };
 
-/// Goes through the lines of an INI text. Lines end with LF, CR LF or CR.
+/// Goes through the lines of an INI text. Lines end with LF, CR LF or CR. Byte-order marks at the beginning
+/// of a line, which files that were joined have inside, are passed over.
 class CIniLines {
 public:
     explicit CIniLines(std::string_view text) : m_rest(text) {}

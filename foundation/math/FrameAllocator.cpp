@@ -1,7 +1,10 @@
 #include "foundation/math/FrameAllocator.h"
 
+#include "foundation/platform/LargeMemory.h"
+
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <mutex>
 
 namespace alidade {
@@ -9,6 +12,7 @@ namespace {
 
 constexpr std::size_t kMostBlocks = 16;
 constexpr std::size_t kMostBytes = std::size_t{1} << 30;
+constexpr std::size_t kLargeBytes = std::size_t{4} << 20; // from here on in large pages
 
 /// Frees in a fixed ring of blocks, oldest first; a block is a UMatData with its memory.
 class CFrameAllocator final : public cv::MatAllocator {
@@ -29,15 +33,10 @@ public:
         if (cv::UMatData* kept = Take(total)) {
             return kept;
         }
-        auto* block = new cv::UMatData(this);
-        try {
-            block->data = block->origdata = static_cast<uchar*>(cv::fastMalloc(total));
-        } catch (...) {
-            delete block;
-            throw;
-        }
+        auto block = std::make_unique<cv::UMatData>(this);
+        block->data = block->origdata = AllocateBytes(total);
         block->size = total;
-        return block;
+        return block.release();
     }
 
     bool allocate(cv::UMatData* block, cv::AccessFlag, cv::UMatUsageFlags) const override { return block != nullptr; }
@@ -79,9 +78,25 @@ public:
     }
 
 private:
+    static uchar* AllocateBytes(std::size_t bytes)
+    {
+        if (bytes < kLargeBytes) {
+            return static_cast<uchar*>(cv::fastMalloc(bytes));
+        }
+        void* memory = AllocateLargeMemory(bytes);
+        if (memory == nullptr) {
+            CV_Error(cv::Error::StsNoMem, cv::format("No memory for an image of %zu bytes", bytes));
+        }
+        return static_cast<uchar*>(memory);
+    }
+
     static void Free(cv::UMatData* block)
     {
-        cv::fastFree(block->origdata);
+        if (block->size < kLargeBytes) {
+            cv::fastFree(block->origdata);
+        } else {
+            FreeLargeMemory(block->origdata);
+        }
         block->origdata = nullptr;
         delete block;
     }

@@ -32,6 +32,9 @@ TEST_F(ProfileDamage, BadLinesAreLeftOutAndTheFirstIsReported)
                      "1\0\n\0c\0=\0x",
                      23),
          1, 2, "b=1\n"},
+        {"marks inside a file, the first of which comes to its beginning",
+         "bad\n\xEF\xBB\xBFx=1\n\xEF\xBB\xBF\xEF\xBB\xBFx=2\n\xEF\xBB\xBF[A]\ny=1\n", 1, 1,
+         "x=1\nx=2\n[A]\ny=1\n"},
         {"UTF-16 without its mark",
          std::string("a\0=\0"
                      "1\0\n\0",

@@ -52,6 +52,26 @@ TEST(Orient, MirrorsThenTurnsAsPlainOperationsDo)
     }
 }
 
+TEST(Orient, TurnsLargeImagesWhateverTheirAlignment)
+{
+    for (const cv::Size size : {cv::Size(2560, 2304), cv::Size(2501, 2403)}) {
+        const cv::Mat source = RandomImage(size.height, size.width, CV_8UC3);
+        for (const int turn : {1, -1}) {
+            for (const bool mirror : {false, true}) {
+                cv::Mat mirrored, turned, wanted;
+                if (mirror) {
+                    cv::flip(source, mirrored, 1);
+                } else {
+                    mirrored = source;
+                }
+                cv::rotate(mirrored, wanted, turn > 0 ? cv::ROTATE_90_COUNTERCLOCKWISE : cv::ROTATE_90_CLOCKWISE);
+                OrientImage(source, turned, T_ORIENTATION::FromMirrorAndTurn(mirror, false, turn));
+                EXPECT_TRUE(SamePixels(turned, wanted)) << size << turn << mirror;
+            }
+        }
+    }
+}
+
 TEST(Orient, TakesViewsAndKeepsAFittingTarget)
 {
     const cv::Mat whole = RandomImage(200, 300, CV_8UC3);
