@@ -15,7 +15,8 @@ int CFGComm::IsOpen()
     return m_comm.IsOpen();
 }
 
-int CFGComm::Open(const wchar_t* port, DWORD baud, BYTE byteSize, BYTE parity, BYTE stopBits, BYTE flowControl)
+int CFGComm::Open(const wchar_t* port, DWORD baud, BYTE byteSize, BYTE parity, BYTE stopBits,
+                  BYTE flowControl)
 {
     if (!m_comm.Open(port, baud, 1, byteSize, parity, stopBits, 0, 0, flowControl)) {
         return 0;
@@ -45,8 +46,8 @@ int CFGComm::Read(void* buffer, DWORD size, const char* terminator, DWORD timeou
         return 0;
     }
     if (terminator != nullptr && *terminator != '\0') {
-        return ReadUntil(static_cast<char*>(buffer), static_cast<int>(std::min<DWORD>(size, INT_MAX)), terminator,
-                         timeoutMs);
+        return ReadUntil(static_cast<char*>(buffer), static_cast<int>(std::min<DWORD>(size, INT_MAX)),
+                         terminator, timeoutMs);
     }
     return static_cast<int>(m_comm.Read(buffer, size, timeoutMs));
 }

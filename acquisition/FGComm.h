@@ -11,7 +11,8 @@ class ALIDADE_API CFGComm : public IFGComm {
 public:
     ~CFGComm() override;
     int IsOpen() override;
-    int Open(const wchar_t* port, DWORD baud, BYTE byteSize, BYTE parity, BYTE stopBits, BYTE flowControl) override;
+    int Open(const wchar_t* port, DWORD baud, BYTE byteSize, BYTE parity, BYTE stopBits,
+             BYTE flowControl) override;
     int Close() override;
     int Write(const void* data, DWORD size, DWORD timeoutMs) override;
     int ReadByte(void* byte, DWORD timeoutMs) override;

@@ -56,7 +56,10 @@ CFrameGrabber::CFrameGrabber(IFrameGrabberInterface* driver)
     });
 }
 
-CFrameGrabber::CFrameGrabber(const CFrameGrabber&) : CFrameGrabber(static_cast<IFrameGrabberInterface*>(nullptr)) {}
+CFrameGrabber::CFrameGrabber(const CFrameGrabber&)
+    : CFrameGrabber(static_cast<IFrameGrabberInterface*>(nullptr))
+{
+}
 
 CFrameGrabber& CFrameGrabber::operator=(const CFrameGrabber&)
 {
@@ -165,6 +168,9 @@ void CFrameGrabber::NotifyNewImage()
     CS lock(m_waitingQueue.GetLock());
     for (const TRefPointer<CEvent, int, int>& event : m_waitingQueue) {
         event->SetEvent();
+    }
+    if (m_pInterface != nullptr && m_waitingQueue.Count() > 0) {
+        m_pInterface->m_bClientsWoken.store(1, std::memory_order_relaxed);
     }
 }
 

@@ -25,12 +25,12 @@ public:
     /// Measurement of the frame rate. Written by the driver's thread; other threads may see passing states,
     /// but whole values.
     struct T_FRAME_COUNT {
-        std::atomic<DWORD> dwStart{0};      // start of the measuring window; 0: none runs
-        std::atomic<DWORD> dwLast{0};       // tick of the latest counted frame
-        std::atomic<DWORD> dwMark{0};       // tick of the half-way mark
-        std::atomic<int> nFrames{0};        // frames since dwStart
-        std::atomic<int> nMarkFrames{0};    // nFrames at the mark; 0: none taken
-        std::atomic<double> dFrameRate{0};  // frames per second over the window
+        std::atomic<DWORD> dwStart{0};     // start of the measuring window; 0: none runs
+        std::atomic<DWORD> dwLast{0};      // tick of the latest counted frame
+        std::atomic<DWORD> dwMark{0};      // tick of the half-way mark
+        std::atomic<int> nFrames{0};       // frames since dwStart
+        std::atomic<int> nMarkFrames{0};   // nFrames at the mark; 0: none taken
+        std::atomic<double> dFrameRate{0}; // frames per second over the window
     };
 
     /// One frame of a serial grab.
@@ -41,9 +41,9 @@ public:
 
     /// One known driver.
     struct T_FRAME_GRABBER_DATA {
-        wchar_t szPath[1024];                                           // empty for the built-in driver
-        void* hModule;                                                  // null for the built-in driver
-        char szName[64];                                                // UTF-8
+        wchar_t szPath[1024]; // empty for the built-in driver
+        void* hModule;        // null for the built-in driver
+        char szName[64];      // UTF-8
         GetFrameGrabberFunction pfnGetFrameGrabber;
         GetFrameGrabberPropertiesFunction pfnGetFrameGrabberProperties;
     };
@@ -61,7 +61,8 @@ public:
     /// Replaces `names` by the drivers' names, sorted case-sensitively.
     static void GetFrameGrabberList(TList<CString, int, int>& names);
     /// Replaces `properties` by the settings of a driver; empty for an unknown name.
-    static void GetFrameGrabberProperties(const wchar_t* name, TList<CMFCPropertyGridProperty, int, int>& properties);
+    static void GetFrameGrabberProperties(const wchar_t* name,
+                                          TList<CMFCPropertyGridProperty, int, int>& properties);
     /// A new, initialised grabber; capture has not been started. Nothing is shared between callers.
     /// @param message  receives the driver's text; untouched when the name is not known
     /// @return empty on failure
@@ -161,13 +162,13 @@ protected:
 
     IFrameGrabberInterface* m_pInterface;
     CProfileSection m_settings;
-    int m_bFlipX = 0;               // mirror left to right
-    int m_bFlipY = 0;               // mirror top to bottom
-    int m_nRotate = 0;              // quarter turn: above 0 anticlockwise, below 0 clockwise
+    int m_bFlipX = 0;  // mirror left to right
+    int m_bFlipY = 0;  // mirror top to bottom
+    int m_nRotate = 0; // quarter turn: above 0 anticlockwise, below 0 clockwise
     int m_bRotateArbitrary = 0;
-    double m_dRotationAngle = 0.0;  // degrees, anticlockwise
-    int m_bRotateClip = 0;          // crop to the inscribed rectangle
-    cv::Mat m_rotationMatrix;       // 2x3 CV_64F; empty until the first frame that needs it
+    double m_dRotationAngle = 0.0; // degrees, anticlockwise
+    int m_bRotateClip = 0;         // crop to the inscribed rectangle
+    cv::Mat m_rotationMatrix;      // 2x3 CV_64F; empty until the first frame that needs it
     cv::Mat m_rotationScratch;
     cv::Rect m_rotateClipRect;
     std::atomic<int> m_bClip{0};

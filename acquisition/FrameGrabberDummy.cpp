@@ -25,7 +25,7 @@ constexpr T_DRIVER_SETTING kSettings[] = {
 
 constexpr int kMostSide = 65535;
 constexpr std::int64_t kMostBytes = std::int64_t{1} << 30;
-constexpr DWORD kPeriodWithoutRate = 15; // milliseconds
+constexpr DWORD kPeriodWithoutRate = 15;                      // milliseconds
 constexpr std::size_t kParallelBytes = std::size_t{16} << 20; // larger images are painted on all cores
 
 /// An unsigned decimal number at the start of the text; what is too large for an image counts as 0.

@@ -70,7 +70,8 @@ bool ReadName(HMODULE module, char (&name)[64])
         return false;
     }
     const void* end = std::memchr(buffer.data(), '\0', sizeof(name));
-    const bool inBounds = std::all_of(buffer.begin() + size, buffer.end(), [](char c) { return c == '\x7F'; });
+    const bool inBounds =
+        std::all_of(buffer.begin() + size, buffer.end(), [](char c) { return c == '\x7F'; });
     if (end == nullptr || buffer[0] == '\0' || !inBounds) {
         return false;
     }
@@ -92,7 +93,9 @@ bool LayoutFits(HMODULE module)
 bool TakePlugin(const fs::path& path)
 {
     const CString text = FromPath(path);
-    const auto isKnown = [&](const Record& r) { return CompareNoCase(std::wstring_view(r.szPath), text) == 0; };
+    const auto isKnown = [&](const Record& r) {
+        return CompareNoCase(std::wstring_view(r.szPath), text) == 0;
+    };
     if (FindRecord(isKnown) != nullptr || text.size() >= std::extent_v<decltype(Record::szPath)>) {
         return true;
     }
@@ -128,7 +131,8 @@ std::vector<fs::path> SortedEntries(const fs::path& folder)
 {
     std::vector<fs::path> entries;
     std::error_code failed;
-    for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end; entry.increment(failed)) {
+    for (fs::directory_iterator entry(folder, failed), end; !failed && entry != end;
+         entry.increment(failed)) {
         entries.push_back(entry->path());
     }
     std::sort(entries.begin(), entries.end());
@@ -265,8 +269,8 @@ void CFrameGrabber::GetCameraInterfaceList(TList<CString, int, int>& names)
     }
 }
 
-TRefPointer<CFrameGrabber> CFrameGrabber::GetFrameGrabber(const wchar_t* name, const CProfileSection& settings,
-                                                          CString& message)
+TRefPointer<CFrameGrabber> CFrameGrabber::GetFrameGrabber(const wchar_t* name,
+                                                          const CProfileSection& settings, CString& message)
 {
     IFrameGrabberInterface* driver = name != nullptr ? MakeDriver(ToNarrow(name)) : nullptr;
     if (driver == nullptr) {

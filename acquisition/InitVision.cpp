@@ -46,7 +46,8 @@ CString DefaultDriverFolder()
 int InitVision(CIPClient* client, CProfile* profile, CSimpleLog* log, const wchar_t* driverFolder)
 {
     CFrameGrabber::LoadFrameGrabberDll(L"./FG/", nullptr);
-    const CString folder = driverFolder != nullptr && *driverFolder != L'\0' ? driverFolder : DefaultDriverFolder();
+    const CString folder =
+        driverFolder != nullptr && *driverFolder != L'\0' ? driverFolder : DefaultDriverFolder();
     CFrameGrabber::LoadFrameGrabberDll(folder.c_str(), nullptr);
     if (client == nullptr) {
         return 0;

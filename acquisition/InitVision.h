@@ -15,7 +15,8 @@ class CSimpleLog;
 /// this library. A null `profile` or `log` stands for the client's own. The objects stay the host's and must
 /// outlive the use of the library. Call it at start-up, on the host's main thread.
 /// @return 1; 0 when `client` is null: the plug-ins are loaded then, but nothing is remembered
-ALIDADE_API int InitVision(CIPClient* client, CProfile* profile, CSimpleLog* log, const wchar_t* driverFolder);
+ALIDADE_API int InitVision(CIPClient* client, CProfile* profile, CSimpleLog* log,
+                           const wchar_t* driverFolder);
 
 /// What InitVision remembered; each may be null. Thread-safe.
 ALIDADE_API CIPClient* GetVisionClient();

@@ -116,7 +116,8 @@ void CFrameGrabber::PreProcess()
     if (m_pInterface == nullptr) {
         return;
     }
-    const T_ORIENTATION orientation = T_ORIENTATION::FromMirrorAndTurn(m_bFlipX != 0, m_bFlipY != 0, m_nRotate);
+    const T_ORIENTATION orientation =
+        T_ORIENTATION::FromMirrorAndTurn(m_bFlipX != 0, m_bFlipY != 0, m_nRotate);
     const bool clip = m_bClip.load(std::memory_order_relaxed) != 0;
     if (!clip && orientation.IsIdentity() && (m_bRotateArbitrary == 0 || m_dRotationAngle == 0.0)) {
         return;

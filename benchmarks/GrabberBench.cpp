@@ -44,21 +44,24 @@ void BenchGetImage(CSuite& suite, const T_FRAME_SIZE& size)
     const cv::Mat frame = MakeFrame(size);
     driver->Deliver(frame);
     cv::Mat ours, bare;
-    suite.Compare("GetImage into a reused image, " + size.name, size.large ? 0.7 : 1.05,
-                  [&] { grabber->GetImage(ours, false, 0); }, [&] { driver->m_image.copyTo(bare); });
+    suite.Compare(
+        "GetImage into a reused image, " + size.name, size.large ? 0.7 : 1.05,
+        [&] { grabber->GetImage(ours, false, 0); }, [&] { driver->m_image.copyTo(bare); });
     CBareEvent event;
-    suite.Compare("NewImage, no transforms, no waiters, " + size.name, 1.0,
-                  [&] { Access::NewImage(*grabber); }, [&] { event.Set(); });
+    suite.Compare(
+        "NewImage, no transforms, no waiters, " + size.name, 1.0, [&] { Access::NewImage(*grabber); },
+        [&] { event.Set(); });
     // Filing a frame needs a free buffer each time: the one filled goes back.
     grabber->ReserveImageBuffer(2);
     TRefPointer<CFrameGrabber::T_IMAGE_BUFFER, int, int> buffer;
-    suite.Compare("serial grab step, " + size.name, 1.05,
-                  [&] {
-                      Access::RecordFrame(*grabber);
-                      grabber->PopImageBuffer(buffer);
-                      grabber->ReturnImageBuffer(buffer);
-                  },
-                  [&] { driver->m_image.copyTo(bare); });
+    suite.Compare(
+        "serial grab step, " + size.name, 1.05,
+        [&] {
+            Access::RecordFrame(*grabber);
+            grabber->PopImageBuffer(buffer);
+            grabber->ReturnImageBuffer(buffer);
+        },
+        [&] { driver->m_image.copyTo(bare); });
 }
 
 void BenchFurtherWaiters(CSuite& suite)
@@ -137,7 +140,8 @@ void BenchWakeUp(CSuite& suite)
     for (const double percent : {50.0, 99.0}) {
         const double ours = Percentile(times[0], percent);
         const double base = Percentile(times[1], percent);
-        suite.Add({name + (percent == 50.0 ? ", median" : ", 99th percentile"), ours, base, ours / base, 1.2, false});
+        suite.Add({name + (percent == 50.0 ? ", median" : ", 99th percentile"), ours, base, ours / base, 1.2,
+                   false});
     }
 }
 

@@ -52,7 +52,8 @@ void CSuite::Compare(const std::string& name, double target, const std::function
     bare();
     const double each = std::max(MeasureOnce(ours, 3), MeasureOnce(bare, 3));
     const int times = std::max(1, static_cast<int>(std::ceil(kSampleMicroseconds / std::max(each, 0.001))));
-    const int pairs = std::clamp(static_cast<int>(kRowMicroseconds / (2.0 * each * times)), kLeastPairs, kMostPairs);
+    const int pairs =
+        std::clamp(static_cast<int>(kRowMicroseconds / (2.0 * each * times)), kLeastPairs, kMostPairs);
     std::vector<double> oursTimes, bareTimes, ratios;
     for (int i = 0; i < pairs; ++i) {
         // Each side goes first in turn, so that neither always finds the other's cache.
@@ -84,8 +85,8 @@ void CSuite::Print() const
 {
     std::printf("%-62s %12s %12s %8s %10s\n", "name", "ours", "bare", "ratio", "target");
     for (const T_ROW& row : m_rows) {
-        std::printf("%-62s %12.2f %12.2f %8.3f  %s %5.2f %s\n", row.name.c_str(), row.ours, row.bare, row.ratio,
-                    row.atLeast ? ">=" : "<=", row.target, row.IsOk() ? "ok" : "MISSED");
+        std::printf("%-62s %12.2f %12.2f %8.3f  %s %5.2f %s\n", row.name.c_str(), row.ours, row.bare,
+                    row.ratio, row.atLeast ? ">=" : "<=", row.target, row.IsOk() ? "ok" : "MISSED");
     }
 }
 

@@ -44,7 +44,8 @@ private:
         }
         if (arv_camera_is_feature_available(m_pCamera, "TriggerMode", nullptr)) {
             arv_camera_clear_triggers(m_pCamera, m_error.Place());
-            if (m_error.IsSet() && TextOf(arv_camera_get_string(m_pCamera, "TriggerMode", nullptr)) != "Off") {
+            if (m_error.IsSet() &&
+                TextOf(arv_camera_get_string(m_pCamera, "TriggerMode", nullptr)) != "Off") {
                 return IsDone(kTriggerMode, "Off");
             }
         }
@@ -66,7 +67,8 @@ private:
                 return IsDone(kPixelFormat, format->szName);
             }
         }
-        return Refuse(kPixelFormat, format->szName, "the camera offers " + GetEnumEntries(m_pCamera, "PixelFormat"));
+        return Refuse(kPixelFormat, format->szName,
+                      "the camera offers " + GetEnumEntries(m_pCamera, "PixelFormat"));
     }
 
     /// One side of the region against the camera's bounds and step.
@@ -78,11 +80,13 @@ private:
         if (m_error.IsSet()) {
             return IsDone(key, std::to_string(value));
         }
-        const gint64 step = std::max<gint64>(1, arv_camera_get_integer_increment(m_pCamera, feature, nullptr));
+        const gint64 step =
+            std::max<gint64>(1, arv_camera_get_integer_increment(m_pCamera, feature, nullptr));
         if (value < least || value > most || (value - least) % step != 0) {
             return Refuse(key, std::to_string(value),
-                          Format("the camera allows %lld to %lld in steps of %lld", static_cast<long long>(least),
-                                 static_cast<long long>(most), static_cast<long long>(step)));
+                          Format("the camera allows %lld to %lld in steps of %lld",
+                                 static_cast<long long>(least), static_cast<long long>(most),
+                                 static_cast<long long>(step)));
         }
         arv_camera_set_integer(m_pCamera, feature, value, m_error.Place());
         return IsDone(key, std::to_string(value));
@@ -107,9 +111,10 @@ private:
         gint64 least = 0, mostWidth = 0, mostHeight = 0;
         arv_camera_get_integer_bounds(m_pCamera, "Width", &least, &mostWidth, m_error.Place());
         arv_camera_get_integer_bounds(m_pCamera, "Height", &least, &mostHeight, m_error.Place());
-        return SetSpan(kWidth, "Width", s.width.value_or(width), kOffsetX, "OffsetX", s.offsetX.value_or(x), mostWidth) &&
-               SetSpan(kHeight, "Height", s.height.value_or(height), kOffsetY, "OffsetY", s.offsetY.value_or(y),
-                       mostHeight);
+        return SetSpan(kWidth, "Width", s.width.value_or(width), kOffsetX, "OffsetX", s.offsetX.value_or(x),
+                       mostWidth) &&
+               SetSpan(kHeight, "Height", s.height.value_or(height), kOffsetY, "OffsetY",
+                       s.offsetY.value_or(y), mostHeight);
     }
 
     bool SetSpan(const wchar_t* sizeKey, const char* sizeFeature, int size, const wchar_t* offsetKey,
@@ -129,11 +134,10 @@ private:
 
     bool CheckBounds(const wchar_t* key, double value, double least, double most, const char* unit)
     {
-        return m_error.IsSet()
-                   ? IsDone(key, Format("%.10g", value))
-                   : (value >= least && value <= most) ||
-                         Refuse(key, Format("%.10g", value),
-                                Format("the camera allows %.10g to %.10g%s", least, most, unit));
+        return m_error.IsSet() ? IsDone(key, Format("%.10g", value))
+                               : (value >= least && value <= most) ||
+                                     Refuse(key, Format("%.10g", value),
+                                            Format("the camera allows %.10g to %.10g%s", least, most, unit));
     }
 
     bool SetExposure()
@@ -218,8 +222,10 @@ private:
         CStringA source = m_settings.strTriggerSource;
         if (source.empty()) {
             source = TextOf(arv_camera_get_trigger_source(m_pCamera, nullptr));
-        } else if (!arv_camera_is_enumeration_entry_available(m_pCamera, "TriggerSource", source.c_str(), nullptr)) {
-            return Refuse(kTriggerSource, source, "the camera offers " + GetEnumEntries(m_pCamera, "TriggerSource"));
+        } else if (!arv_camera_is_enumeration_entry_available(m_pCamera, "TriggerSource", source.c_str(),
+                                                              nullptr)) {
+            return Refuse(kTriggerSource, source,
+                          "the camera offers " + GetEnumEntries(m_pCamera, "TriggerSource"));
         }
         arv_camera_set_trigger(m_pCamera, source.c_str(), m_error.Place());
         return IsDone(kTriggerSource, source);
@@ -254,7 +260,8 @@ private:
         for (const T_FEATURE& feature : m_settings.features) {
             CStringA reason;
             if (!SetFeature(m_pCamera, feature, reason)) {
-                return Refuse(kFeatures, feature.strName + (feature.value ? "=" + *feature.value : ""), reason);
+                return Refuse(kFeatures, feature.strName + (feature.value ? "=" + *feature.value : ""),
+                              reason);
             }
         }
         return true;
@@ -290,15 +297,17 @@ bool ReadGeometry(ArvCamera* camera, const T_GENICAM_SETTINGS& settings, T_CAMER
     const std::size_t payload = arv_camera_get_payload(camera, error.Place());
     const std::size_t needed = GetFrameBytes(*format, frame);
     if (error.IsSet() || needed == 0 || payload < needed || payload > kMaxFrameBytes) {
-        message = Format("the camera announces %d x %d pixels of %s in %zu bytes, which is not possible; frames "
-                         "have sides of up to %d pixels and up to %zu bytes",
-                         frame.nWidth, frame.nHeight, format->szName, payload, kMaxFrameSide, kMaxFrameBytes);
+        message =
+            Format("the camera announces %d x %d pixels of %s in %zu bytes, which is not possible; frames "
+                   "have sides of up to %d pixels and up to %zu bytes",
+                   frame.nWidth, frame.nHeight, format->szName, payload, kMaxFrameSide, kMaxFrameBytes);
         return false;
     }
     constexpr std::size_t kMostMemory = 4ull << 30;
     if (payload * static_cast<std::size_t>(settings.nBuffers) > kMostMemory) {
-        message = RefusalText(kBuffers, std::to_string(settings.nBuffers),
-                              Format("with %zu bytes a frame 4 GiB hold %zu", payload, kMostMemory / payload));
+        message =
+            RefusalText(kBuffers, std::to_string(settings.nBuffers),
+                        Format("with %zu bytes a frame 4 GiB hold %zu", payload, kMostMemory / payload));
         return false;
     }
     const bool tellsRate = !settings.bTrigger && arv_camera_is_frame_rate_available(camera, nullptr);
@@ -312,7 +321,8 @@ bool ReadGeometry(ArvCamera* camera, const T_GENICAM_SETTINGS& settings, T_CAMER
 bool ApplySettings(ArvCamera* camera, const T_GENICAM_SETTINGS& settings, T_CAMERA_GEOMETRY& geometry,
                    CStringA& message)
 {
-    return CSettingWriter(camera, settings, message).WriteAll() && ReadGeometry(camera, settings, geometry, message);
+    return CSettingWriter(camera, settings, message).WriteAll() &&
+           ReadGeometry(camera, settings, geometry, message);
 }
 
 } // namespace alidade

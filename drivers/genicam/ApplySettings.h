@@ -8,8 +8,8 @@ namespace alidade {
 /// What the camera will send once the settings are applied.
 struct T_CAMERA_GEOMETRY {
     const T_PIXEL_FORMAT* pFormat = nullptr;
-    int nWidth = 0;  // px
-    int nHeight = 0; // px
+    int nWidth = 0;           // px
+    int nHeight = 0;          // px
     std::size_t nPayload = 0; // bytes of a stream buffer
     double dFrameRate = 0;    // Hz when the camera runs freely and says so, otherwise 0
 };

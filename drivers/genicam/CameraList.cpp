@@ -50,7 +50,8 @@ std::vector<T_CAMERA_INFO> FindCameras(const std::vector<ArvInterface*>& interfa
 
 bool IsNamed(const T_CAMERA_INFO& camera, const CStringA& id)
 {
-    for (const CStringA* name : {&camera.strId, &camera.strPhysicalId, &camera.strAddress, &camera.strSerial}) {
+    for (const CStringA* name :
+         {&camera.strId, &camera.strPhysicalId, &camera.strAddress, &camera.strSerial}) {
         if (!name->empty() && CompareNoCase(*name, id) == 0) {
             return true;
         }

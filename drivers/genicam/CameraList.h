@@ -20,8 +20,8 @@ struct T_OPEN_DEVICE {
     CStringA strName; // for the operator
 };
 
-/// Opens a camera by id, serial number, MAC address or IP address; an empty id means the first one that can be
-/// had. Takes some seconds at most. Thread-safe: one look-up at a time in the process.
+/// Opens a camera by id, serial number, MAC address or IP address; an empty id means the first one that can
+/// be had. Takes some seconds at most. Thread-safe: one look-up at a time in the process.
 /// @param interfaceName  "GigEVision", "USB3Vision", "Fake"; empty: the first two
 /// @param message        on failure what was looked for and which cameras there are
 bool OpenDevice(const CStringA& interfaceName, const CStringA& id, T_OPEN_DEVICE& opened, CStringA& message);

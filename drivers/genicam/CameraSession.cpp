@@ -22,7 +22,8 @@ void DropFlag(gpointer flag, GClosure*)
 
 } // namespace
 
-CCameraSession::eOPENED CCameraSession::Open(const T_GENICAM_SETTINGS& settings, const CStringA& id, CStringA& message)
+CCameraSession::eOPENED CCameraSession::Open(const T_GENICAM_SETTINGS& settings, const CStringA& id,
+                                             CStringA& message)
 {
     Close();
     T_OPEN_DEVICE opened;
@@ -51,8 +52,9 @@ CCameraSession::eOPENED CCameraSession::Open(const T_GENICAM_SETTINGS& settings,
 void CCameraSession::WatchControl()
 {
     m_lost = std::make_shared<std::atomic<bool>>(false);
-    m_nSignal = g_signal_connect_data(arv_camera_get_device(m_camera.get()), "control-lost",
-                                      G_CALLBACK(OnControlLost), new LostFlag(m_lost), DropFlag, GConnectFlags(0));
+    m_nSignal =
+        g_signal_connect_data(arv_camera_get_device(m_camera.get()), "control-lost",
+                              G_CALLBACK(OnControlLost), new LostFlag(m_lost), DropFlag, GConnectFlags(0));
 }
 
 void CCameraSession::Close()
@@ -96,11 +98,12 @@ bool CCameraSession::StartAcquisition(CStringA& reason)
 
 void CCameraSession::SetUpNetworkStream()
 {
-    m_nSocketBufferAsked = m_settings.nSocketBuffer != 0 ? m_settings.nSocketBuffer
-                                                         : ChooseSocketBuffer(m_geometry.nPayload);
+    m_nSocketBufferAsked =
+        m_settings.nSocketBuffer != 0 ? m_settings.nSocketBuffer : ChooseSocketBuffer(m_geometry.nPayload);
     g_object_set(m_stream.get(), "socket-buffer", ARV_GV_STREAM_SOCKET_BUFFER_FIXED, "socket-buffer-size",
                  m_nSocketBufferAsked, "packet-resend",
-                 m_settings.bPacketResend ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS : ARV_GV_STREAM_PACKET_RESEND_NEVER,
+                 m_settings.bPacketResend ? ARV_GV_STREAM_PACKET_RESEND_ALWAYS
+                                          : ARV_GV_STREAM_PACKET_RESEND_NEVER,
                  nullptr);
     const bool past = m_settings.bPacketSocket && MayOpenPacketSockets();
     m_nSocketBufferGranted = past ? 0 : GetGrantedSocketBuffer(m_nSocketBufferAsked);

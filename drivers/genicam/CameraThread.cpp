@@ -10,9 +10,9 @@
 namespace alidade {
 namespace {
 
-constexpr DWORD kPopWait = 20;         // ms, the delay of a stop
-constexpr DWORD kIdleWait = 500;       // ms between looks at an idle camera
-constexpr DWORD kReopenInterval = 1000; // ms
+constexpr DWORD kPopWait = 20;           // ms, the delay of a stop
+constexpr DWORD kIdleWait = 500;         // ms between looks at an idle camera
+constexpr DWORD kReopenInterval = 1000;  // ms
 constexpr DWORD kReportInterval = 10000; // ms between lines about dropped frames
 
 /// "3 incomplete, 1 overrun": what was counted from one time to another, without the zeros.
@@ -20,7 +20,7 @@ CStringA DropText(const T_GENICAM_STATISTICS& from, const T_GENICAM_STATISTICS& 
 {
     const struct {
         const char* szName;
-        std::uint64_t T_GENICAM_STATISTICS::* pCounter;
+        std::uint64_t T_GENICAM_STATISTICS::*pCounter;
     } kinds[] = {{"incomplete", &T_GENICAM_STATISTICS::nIncomplete},
                  {"of wrong size or format", &T_GENICAM_STATISTICS::nBadPayload},
                  {"out of order", &T_GENICAM_STATISTICS::nLate},
@@ -94,7 +94,8 @@ void CFrameGrabberGenICam::Serve()
         if (IsAnswering()) {
             m_bStartFailed = true;
             m_bWanted = false;
-            WriteErrorLog(L"GenICam %S : capture cannot start: %S", m_session.GetName().c_str(), reason.c_str());
+            WriteErrorLog(L"GenICam %S : capture cannot start: %S", m_session.GetName().c_str(),
+                          reason.c_str());
         } else {
             OnLost(reason.c_str());
         }
@@ -115,7 +116,8 @@ bool CFrameGrabberGenICam::StartCamera(CStringA& reason)
     m_nUnderruns = 0;
     m_bFailureReported = false;
     const double rate = m_session.GetGeometry().dFrameRate;
-    m_dwSilenceLimit = m_settings.dwFrameTimeout + (rate > 0 ? static_cast<DWORD>(std::ceil(2000 / rate)) : 0);
+    m_dwSilenceLimit =
+        m_settings.dwFrameTimeout + (rate > 0 ? static_cast<DWORD>(std::ceil(2000 / rate)) : 0);
     m_dwLastBuffer = GetTickCount();
     m_dwLastReport = GetTickCount() - kReportInterval;
     m_reported = m_atStart = GetStatistics();
@@ -140,7 +142,8 @@ void CFrameGrabberGenICam::ReportStop()
     const T_GENICAM_STATISTICS now = GetStatistics();
     const CStringA drops = DropText(m_atStart, now);
     WriteLog(kLogNormal, "GenICam %s : capture stopped, %llu frames delivered; not delivered: %s",
-             m_session.GetName().c_str(), static_cast<unsigned long long>(now.nDelivered - m_atStart.nDelivered),
+             m_session.GetName().c_str(),
+             static_cast<unsigned long long>(now.nDelivered - m_atStart.nDelivered),
              drops.empty() ? "none" : drops.c_str());
 }
 
@@ -254,7 +257,8 @@ void CFrameGrabberGenICam::Deliver(const T_RAW_FRAME& frame)
     try {
         CDriverFrame target(*this);
         try {
-            delivered = m_bGate && m_converter.Convert(*m_session.GetGeometry().pFormat, frame, target.Image());
+            delivered =
+                m_bGate && m_converter.Convert(*m_session.GetGeometry().pFormat, frame, target.Image());
         } catch (...) {
             target.Cancel();
             throw;
@@ -329,7 +333,8 @@ void CFrameGrabberGenICam::Reopen()
     });
     m_bLost = false;
     WriteLog(kLogNormal, "GenICam %s : the camera is back after %.1f s; all settings were applied again: %s",
-             m_session.GetName().c_str(), (GetTickCount() - m_dwLostAt) / 1000.0, m_session.Describe().c_str());
+             m_session.GetName().c_str(), (GetTickCount() - m_dwLostAt) / 1000.0,
+             m_session.Describe().c_str());
 }
 
 void CFrameGrabberGenICam::ReportSocketBuffer()
@@ -342,10 +347,11 @@ void CFrameGrabberGenICam::ReportSocketBuffer()
         s.nSocketBufferGranted = static_cast<std::uint32_t>(granted);
     });
     if (granted != 0 && granted < asked && !known) {
-        WriteLog(kLogNormal,
-                 "GenICam %s : the socket buffer should hold %d bytes, the system grants %d. Frames may get lost; "
-                 "as administrator run: sysctl -w net.core.rmem_max=%d",
-                 m_session.GetName().c_str(), asked, granted, asked);
+        WriteLog(
+            kLogNormal,
+            "GenICam %s : the socket buffer should hold %d bytes, the system grants %d. Frames may get lost; "
+            "as administrator run: sysctl -w net.core.rmem_max=%d",
+            m_session.GetName().c_str(), asked, granted, asked);
     }
 }
 

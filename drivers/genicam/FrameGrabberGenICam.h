@@ -14,9 +14,9 @@ namespace alidade {
 
 /// Driver for GigE Vision and USB3 Vision cameras.
 ///
-/// From a successful InitFrameGrabber to CloseFrameGrabber one thread owns the camera. It starts and stops the
-/// camera when asked to, delivers frames, and opens a lost camera again. Start and stop called from within the
-/// new-image callback are carried out after it; close and init are refused there.
+/// From a successful InitFrameGrabber to CloseFrameGrabber one thread owns the camera. It starts and stops
+/// the camera when asked to, delivers frames, and opens a lost camera again. Start and stop called from
+/// within the new-image callback are carried out after it; close and init are refused there.
 class CFrameGrabberGenICam : public IFrameGrabberInterface {
 public:
     ~CFrameGrabberGenICam() override;
@@ -57,12 +57,11 @@ private:
     template <class Change>
     void Count(Change change);
 
-
     T_GENICAM_SETTINGS m_settings;
     std::mutex m_control; // one caller of init, close, start and stop at a time
     std::thread m_thread;
     std::atomic<std::thread::id> m_threadId; // of m_thread, once it runs
-    std::timed_mutex m_sessionLock; // the camera's thread holds it while it talks to the camera
+    std::timed_mutex m_sessionLock;          // the camera's thread holds it while it talks to the camera
     CCameraSession m_session;
     std::atomic<bool> m_bLost{false};
 
@@ -84,7 +83,7 @@ private:
     DWORD m_dwLostAt = 0;
     DWORD m_dwLastReport = 0;
     bool m_bFailureReported = false;
-    CStringA m_strReopenProblem; // the last one told
+    CStringA m_strReopenProblem;       // the last one told
     T_GENICAM_STATISTICS m_reported{}; // what the last report said
     T_GENICAM_STATISTICS m_atStart{};  // when capture started
 

@@ -15,7 +15,7 @@ public:
 
     struct T_VERDICT {
         bool bAccepted = false;
-        std::uint64_t nMissed = 0; // frame numbers between the last frame and this one
+        std::uint64_t nMissed = 0;  // frame numbers between the last frame and this one
         bool bClockSetBack = false; // accepted, though its time is before the last one's
     };
 
@@ -36,7 +36,7 @@ private:
 
     std::uint64_t m_time = 0;
     std::uint64_t m_number = 0;
-    bool m_bNumbered = false; // m_number is of this run
+    bool m_bNumbered = false;    // m_number is of this run
     std::uint64_t m_refused = 0; // time, or number where there is no time, of the last one refused
     int m_nRefused = 0;
 };

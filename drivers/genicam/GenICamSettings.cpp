@@ -30,7 +30,9 @@ using namespace genicam_key;
 /// Reads single values by the table and keeps the text of the first one that is refused.
 class CSettingReader {
 public:
-    CSettingReader(const CProfileSection& section, CStringA& message) : m_section(section), m_message(message) {}
+    CSettingReader(const CProfileSection& section, CStringA& message) : m_section(section), m_message(message)
+    {
+    }
 
     bool IsGood() const { return m_bGood; }
 
@@ -136,7 +138,8 @@ private:
         const CStringA narrow = ToNarrow(text);
         double value = 0;
         const auto [end, error] = std::from_chars(narrow.data(), narrow.data() + narrow.size(), value);
-        const bool whole = error == std::errc() && end == narrow.data() + narrow.size() && std::isfinite(value);
+        const bool whole =
+            error == std::errc() && end == narrow.data() + narrow.size() && std::isfinite(value);
         return whole ? std::optional(value) : std::nullopt;
     }
 
@@ -209,7 +212,8 @@ std::span<const T_DRIVER_SETTING> GetGenICamSettingTable()
          L"GigE Vision: bytes of the socket's receive buffer, 65536 to 1073741824. 0: four frames, 8 MiB at "
          L"least"},
         {kFrameTimeout, L"integer", L"1000", L"", true,
-         L"Milliseconds without a frame, 100 to 60000, after which the camera is asked whether it is still there"},
+         L"Milliseconds without a frame, 100 to 60000, after which the camera is asked whether it is still "
+         L"there"},
         {kFeatures, L"text", L"", L"", true,
          L"Any other features of the camera, set last and in order: Name=Value;Name=Value. A name alone runs "
          L"a command"},

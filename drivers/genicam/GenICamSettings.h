@@ -55,9 +55,9 @@ struct T_GENICAM_SETTINGS {
     CStringA strInterface;
     const T_PIXEL_FORMAT* pPixelFormat = nullptr;
     std::optional<int> offsetX, offsetY, width, height; // px
-    T_AUTO_VALUE exposure; // us
-    T_AUTO_VALUE gain;     // in the camera's unit, mostly dB
-    double dFrameRate = 0; // Hz, 0: the camera's own
+    T_AUTO_VALUE exposure;                              // us
+    T_AUTO_VALUE gain;                                  // in the camera's unit, mostly dB
+    double dFrameRate = 0;                              // Hz, 0: the camera's own
     bool bTrigger = false;
     CStringA strTriggerSource;
     int nPacketSize = 0; // bytes, 0: negotiated

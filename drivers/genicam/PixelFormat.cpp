@@ -10,11 +10,13 @@ namespace {
 
 static_assert(std::endian::native == std::endian::little, "words of the camera are taken as they are");
 
-#define BAYER_FORMATS(suffix, packing, depth, gr, rg, gb, bg)                                              \
-    {"BayerGR" suffix, gr, packing, CV_MAKETYPE(depth, 3), cv::COLOR_BayerGRBG2BGR},                       \
-    {"BayerRG" suffix, rg, packing, CV_MAKETYPE(depth, 3), cv::COLOR_BayerRGGB2BGR},                       \
-    {"BayerGB" suffix, gb, packing, CV_MAKETYPE(depth, 3), cv::COLOR_BayerGBRG2BGR},                       \
-    {"BayerBG" suffix, bg, packing, CV_MAKETYPE(depth, 3), cv::COLOR_BayerBGGR2BGR}
+#define BAYER_FORMATS(suffix, packing, depth, gr, rg, gb, bg)                                                \
+    {"BayerGR" suffix, gr, packing, CV_MAKETYPE(depth, 3), cv::COLOR_BayerGRBG2BGR},                         \
+        {"BayerRG" suffix, rg, packing, CV_MAKETYPE(depth, 3), cv::COLOR_BayerRGGB2BGR},                     \
+        {"BayerGB" suffix, gb, packing, CV_MAKETYPE(depth, 3), cv::COLOR_BayerGBRG2BGR},                     \
+    {                                                                                                        \
+        "BayerBG" suffix, bg, packing, CV_MAKETYPE(depth, 3), cv::COLOR_BayerBGGR2BGR                        \
+    }
 
 constexpr T_PIXEL_FORMAT kFormats[] = {
     {"Mono8", 0x01080001, PACKING_WHOLE, CV_8UC1, -1},
@@ -156,8 +158,8 @@ const T_PIXEL_FORMAT* FindPixelFormat(DWORD code)
 
 std::size_t GetFrameBytes(const T_PIXEL_FORMAT& format, const T_RAW_FRAME& frame)
 {
-    if (frame.nWidth < 1 || frame.nHeight < 1 || frame.nWidth > kMaxFrameSide || frame.nHeight > kMaxFrameSide ||
-        frame.nPaddingX < 0 || frame.nPaddingX > kMaxFrameSide) {
+    if (frame.nWidth < 1 || frame.nHeight < 1 || frame.nWidth > kMaxFrameSide ||
+        frame.nHeight > kMaxFrameSide || frame.nPaddingX < 0 || frame.nPaddingX > kMaxFrameSide) {
         return 0;
     }
     const auto height = static_cast<std::size_t>(frame.nHeight);

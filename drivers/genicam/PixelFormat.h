@@ -10,10 +10,10 @@ namespace alidade {
 
 /// How the pixels of a frame lie in memory.
 enum ePIXEL_PACKING {
-    PACKING_WHOLE,  // whole bytes or little-endian 16-bit words
-    PACKING_GEV10,  // GigE Vision "Packed": two pixels in three bytes, high bits first
+    PACKING_WHOLE, // whole bytes or little-endian 16-bit words
+    PACKING_GEV10, // GigE Vision "Packed": two pixels in three bytes, high bits first
     PACKING_GEV12,
-    PACKING_LSB10,  // "p": pixels one after the other, low bits first
+    PACKING_LSB10, // "p": pixels one after the other, low bits first
     PACKING_LSB12,
 };
 
@@ -49,8 +49,8 @@ std::size_t GetFrameBytes(const T_PIXEL_FORMAT& format, const T_RAW_FRAME& frame
 /// Turns frames into images. Keeps its memory from frame to frame. Reentrant.
 class CFrameConverter {
 public:
-    /// Writes the frame to `image`, which is reallocated only if size or type change. Values of 10 and 12 bits
-    /// keep their value in 16 bits: the maximum is 1023 or 4095.
+    /// Writes the frame to `image`, which is reallocated only if size or type change. Values of 10 and 12
+    /// bits keep their value in 16 bits: the maximum is 1023 or 4095.
     /// @return false, with `image` untouched, when the frame has fewer bytes than its dimensions ask for
     /// @throws cv::Exception, std::bad_alloc
     bool Convert(const T_PIXEL_FORMAT& format, const T_RAW_FRAME& frame, cv::Mat& image);

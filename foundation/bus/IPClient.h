@@ -9,7 +9,10 @@ namespace alidade {
 class CIPClient {
 public:
     /// @param profile, log  the client's own, not owned; may be null
-    explicit CIPClient(CProfile* profile = nullptr, CSimpleLog* log = nullptr) : m_pProfile(profile), m_pLog(log) {}
+    explicit CIPClient(CProfile* profile = nullptr, CSimpleLog* log = nullptr)
+        : m_pProfile(profile), m_pLog(log)
+    {
+    }
     virtual ~CIPClient() = default;
     CIPClient(const CIPClient&) = delete;
     CIPClient& operator=(const CIPClient&) = delete;

@@ -17,8 +17,8 @@ constexpr std::size_t kLargeBytes = std::size_t{4} << 20; // from here on in lar
 /// Frees in a fixed ring of blocks, oldest first; a block is a UMatData with its memory.
 class CFrameAllocator final : public cv::MatAllocator {
 public:
-    cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step, cv::AccessFlag flags,
-                           cv::UMatUsageFlags usage) const override
+    cv::UMatData* allocate(int dims, const int* sizes, int type, void* data, std::size_t* step,
+                           cv::AccessFlag flags, cv::UMatUsageFlags usage) const override
     {
         if (data != nullptr) {
             return cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, flags, usage);
@@ -39,7 +39,10 @@ public:
         return block.release();
     }
 
-    bool allocate(cv::UMatData* block, cv::AccessFlag, cv::UMatUsageFlags) const override { return block != nullptr; }
+    bool allocate(cv::UMatData* block, cv::AccessFlag, cv::UMatUsageFlags) const override
+    {
+        return block != nullptr;
+    }
 
     void deallocate(cv::UMatData* block) const override
     {

@@ -12,7 +12,8 @@ namespace alidade {
 namespace {
 
 constexpr std::size_t kParallelBytes = std::size_t{1} << 20; // below, handing over costs more than it gains
-constexpr std::size_t kStreamBytes = std::size_t{16} << 20;  // from here on an image leaves no room for itself in the cache
+constexpr std::size_t kStreamBytes = std::size_t{16}
+                                     << 20; // from here on an image leaves no room for itself in the cache
 
 template <std::size_t SIZE>
 struct Pixel {
@@ -73,7 +74,8 @@ void StreamRow(const std::uint8_t* from, std::size_t bytes, std::uint8_t* to)
 /// A tile of 16 by 16 bytes: four rounds of zipping the first half of the rows with the second transpose it.
 /// `step` of the target may be negative.
 template <int SIDE>
-void TransposeTile(const PackedBlock<1, SIDE>& block, int row, int column, std::uint8_t* to, std::ptrdiff_t step)
+void TransposeTile(const PackedBlock<1, SIDE>& block, int row, int column, std::uint8_t* to,
+                   std::ptrdiff_t step)
 {
     cv::v_uint8x16 rows[16];
     cv::v_uint8x16 zipped[16];
@@ -94,9 +96,11 @@ void TransposeTile(const PackedBlock<1, SIDE>& block, int row, int column, std::
 }
 #endif
 
-/// Writes the block's first `columns` columns of `rows` pixels each as rows of the target, `step` bytes apart.
+/// Writes the block's first `columns` columns of `rows` pixels each as rows of the target, `step` bytes
+/// apart.
 template <std::size_t SIZE, int SIDE, bool STREAM>
-void WriteTransposed(const PackedBlock<SIZE, SIDE>& block, int rows, int columns, std::uint8_t* to, std::ptrdiff_t step)
+void WriteTransposed(const PackedBlock<SIZE, SIDE>& block, int rows, int columns, std::uint8_t* to,
+                     std::ptrdiff_t step)
 {
 #if CV_SIMD128
     if constexpr (SIZE == 1) {
@@ -123,7 +127,8 @@ void WriteTransposed(const PackedBlock<SIZE, SIDE>& block, int rows, int columns
 
 /// Turns the target rows [first, last): each target row is a source column.
 template <std::size_t SIZE, int SIDE, bool STREAM>
-void TransposeRows(const cv::Mat& source, cv::Mat& target, bool flipRows, bool flipColumns, int first, int last)
+void TransposeRows(const cv::Mat& source, cv::Mat& target, bool flipRows, bool flipColumns, int first,
+                   int last)
 {
     PackedBlock<SIZE, SIDE> block;
     const std::ptrdiff_t step = static_cast<std::ptrdiff_t>(target.step);
@@ -142,7 +147,8 @@ void TransposeRows(const cv::Mat& source, cv::Mat& target, bool flipRows, bool f
         }
     }
     if constexpr (STREAM) {
-        std::atomic_thread_fence(std::memory_order_seq_cst); // what went past the cache is there for the others
+        std::atomic_thread_fence(
+            std::memory_order_seq_cst); // what went past the cache is there for the others
     }
 }
 
@@ -150,7 +156,8 @@ template <std::size_t SIZE>
 void MirrorRows(const cv::Mat& source, cv::Mat& target, bool flipRows, bool flipColumns, int first, int last)
 {
     for (int row = first; row < last; ++row) {
-        const auto* from = reinterpret_cast<const Pixel<SIZE>*>(source.ptr(flipRows ? source.rows - 1 - row : row));
+        const auto* from =
+            reinterpret_cast<const Pixel<SIZE>*>(source.ptr(flipRows ? source.rows - 1 - row : row));
         auto* to = reinterpret_cast<Pixel<SIZE>*>(target.ptr(row));
         if (flipColumns) {
             std::reverse_copy(from, from + source.cols, to);
@@ -168,7 +175,8 @@ RowFunction Select(bool transpose, bool stream)
     if (!transpose) {
         return MirrorRows<SIZE>;
     }
-    // A block and its packed copy stay in the first-level cache; for a row that is streamed, longer is better.
+    // A block and its packed copy stay in the first-level cache; for a row that is streamed, longer is
+    // better.
     constexpr int side = SIZE <= 4 ? 64 : 32;
     return stream ? TransposeRows<SIZE, 2 * side, SIZE != 1> : TransposeRows<SIZE, side, false>;
 }
@@ -176,17 +184,28 @@ RowFunction Select(bool transpose, bool stream)
 RowFunction Select(std::size_t elemSize, bool transpose, bool stream)
 {
     switch (elemSize) {
-    case 1: return Select<1>(transpose, stream);
-    case 2: return Select<2>(transpose, stream);
-    case 3: return Select<3>(transpose, stream);
-    case 4: return Select<4>(transpose, stream);
-    case 6: return Select<6>(transpose, stream);
-    case 8: return Select<8>(transpose, stream);
-    case 12: return Select<12>(transpose, stream);
-    case 16: return Select<16>(transpose, stream);
-    case 24: return Select<24>(transpose, stream);
-    case 32: return Select<32>(transpose, stream);
-    default: return nullptr;
+    case 1:
+        return Select<1>(transpose, stream);
+    case 2:
+        return Select<2>(transpose, stream);
+    case 3:
+        return Select<3>(transpose, stream);
+    case 4:
+        return Select<4>(transpose, stream);
+    case 6:
+        return Select<6>(transpose, stream);
+    case 8:
+        return Select<8>(transpose, stream);
+    case 12:
+        return Select<12>(transpose, stream);
+    case 16:
+        return Select<16>(transpose, stream);
+    case 24:
+        return Select<24>(transpose, stream);
+    case 32:
+        return Select<32>(transpose, stream);
+    default:
+        return nullptr;
     }
 }
 

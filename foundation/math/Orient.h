@@ -30,6 +30,7 @@ struct T_ORIENTATION {
 /// Writes `source`, turned, to `target` in one pass by cache-sized blocks, on all cores for larger images.
 /// Any type with elements of up to 32 bytes. The two must not share pixels; `target` is reallocated only if
 /// size or type differ. Reentrant.
-ALIDADE_FOUNDATION_API void OrientImage(const cv::Mat& source, cv::Mat& target, const T_ORIENTATION& orientation);
+ALIDADE_FOUNDATION_API void OrientImage(const cv::Mat& source, cv::Mat& target,
+                                        const T_ORIENTATION& orientation);
 
 } // namespace alidade

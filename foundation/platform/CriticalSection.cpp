@@ -1,11 +1,17 @@
 #include "foundation/platform/CriticalSection.h"
 
+#include "foundation/platform/Ticks.h"
+
+#include <thread>
+
 #ifdef _WIN32
 #include <windows.h>
 #endif
 
 namespace alidade {
 namespace {
+
+constexpr std::int64_t kSpinNanoseconds = 150000;
 
 /// An address that differs between live threads.
 std::uintptr_t ThreadIdentity()
@@ -52,12 +58,25 @@ void CCriticalSection::Lock()
         return;
     }
     const std::uint32_t ticket = m_next.fetch_add(1, std::memory_order_relaxed);
-    for (std::uint32_t now = m_serving.load(std::memory_order_acquire); now != ticket;
-         now = m_serving.load(std::memory_order_acquire)) {
-        WaitWhile(m_serving, now);
+    if (m_serving.load(std::memory_order_acquire) != ticket) {
+        WaitFor(ticket);
     }
     m_owner.store(self, std::memory_order_relaxed);
     m_depth = 1;
+}
+
+void CCriticalSection::WaitFor(std::uint32_t ticket)
+{
+    const std::int64_t start = GetTickNanoseconds();
+    std::uint32_t now = m_serving.load(std::memory_order_acquire);
+    while (now != ticket) {
+        if (GetTickNanoseconds() - start < kSpinNanoseconds) {
+            std::this_thread::yield();
+        } else {
+            WaitWhile(m_serving, now);
+        }
+        now = m_serving.load(std::memory_order_acquire);
+    }
 }
 
 bool CCriticalSection::TryLock()

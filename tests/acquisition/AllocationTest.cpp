@@ -85,7 +85,10 @@ TEST(Allocation, GrabberTakesNoMemoryPerFrame)
         int turn;
         bool clip, rotate;
         std::size_t blocks; // of image memory that go round
-    } const cases[] = {{"plain", 0, false, false, 1}, {"clip", 0, true, false, 2}, {"turn", 1, false, false, 2}, {"clip and turn", -1, true, false, 3}};
+    } const cases[] = {{"plain", 0, false, false, 1},
+                       {"clip", 0, true, false, 2},
+                       {"turn", 1, false, false, 2},
+                       {"clip and turn", -1, true, false, 3}};
     const cv::Mat frame(480, 640, CV_8UC3, cv::Scalar::all(7));
     for (const auto& c : cases) {
         auto* driver = new CHandDriver;

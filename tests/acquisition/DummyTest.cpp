@@ -156,7 +156,8 @@ TEST(Dummy, BrightnessRisesFallsAndJumps)
         int frame, level;
     } const cases[] = {{0, 0}, {109, 109}, {110, 109}, {209, 10}, {210, 210}, {255, 255}, {256, 0}, {259, 3}};
     for (const auto& c : cases) {
-        EXPECT_EQ(frames[static_cast<std::size_t>(c.frame)].at<cv::Vec3b>(3, 203), cv::Vec3b::all(static_cast<uchar>(c.level)))
+        EXPECT_EQ(frames[static_cast<std::size_t>(c.frame)].at<cv::Vec3b>(3, 203),
+                  cv::Vec3b::all(static_cast<uchar>(c.level)))
             << c.frame;
     }
 }
@@ -165,7 +166,8 @@ TEST(Dummy, MarkerPointsUpInTheTopLeftCorner)
 {
     CDummyRun run({{L"Dummy.resolution", L"320x240"}});
     const cv::Mat frame = run.Frames(1)[0];
-    for (const cv::Point white : {cv::Point(50, 0), cv::Point(50, 200), cv::Point(100, 50), cv::Point(0, 50), cv::Point(25, 25)}) {
+    for (const cv::Point white :
+         {cv::Point(50, 0), cv::Point(50, 200), cv::Point(100, 50), cv::Point(0, 50), cv::Point(25, 25)}) {
         EXPECT_EQ(frame.at<cv::Vec3b>(white), cv::Vec3b::all(255)) << white;
     }
     EXPECT_NE(frame.at<cv::Vec3b>(75, 25), cv::Vec3b::all(255));

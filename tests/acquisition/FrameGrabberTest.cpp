@@ -79,9 +79,10 @@ TEST_F(FrameGrabber, StalenessTestsDifferAtTheirLimit)
         DWORD timeout, age;
         int getImage, isFreezed;
     } const cases[] = {
-        {500, 499, 1, 0},     {500, 500, 1, 1},           {500, 501, 0, 1},
-        {0, 0, 1, 1},         {0, 100000, 1, 1},          {INFINITE, 0xFFFFFFFE, 1, 0},
-        {1, 1, 1, 1},         {0xFFFFFFFE, 0xFFFFFFFD, 1, 0},
+        {500, 499, 1, 0},  {500, 500, 1, 1},
+        {500, 501, 0, 1},  {0, 0, 1, 1},
+        {0, 100000, 1, 1}, {INFINITE, 0xFFFFFFFE, 1, 0},
+        {1, 1, 1, 1},      {0xFFFFFFFE, 0xFFFFFFFD, 1, 0},
     };
     for (const auto& c : cases) {
         Deliver(1);

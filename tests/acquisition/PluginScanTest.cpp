@@ -49,7 +49,7 @@ TEST_F(PluginScan, ListIsEmptyBeforeTheFirstScanAndDummyIsThereAfterAny)
 TEST_F(PluginScan, FindsPluginsAtAnyDepthOnceAndSortsTheirNames)
 {
     const fs::path before = fs::current_path();
-    const ::alidade::Names expected = {L"Deep",       L"Dummy",       L"FactoryThrows", L"Good",
+    const ::alidade::Names expected = {L"Deep",      L"Dummy",      L"FactoryThrows", L"Good",
                                        L"InitFails", L"InitThrows", L"NullFactory"};
     for (const wchar_t* tail : {L"", L"/", L"\\/\\"}) {
         EXPECT_EQ(CFrameGrabber::LoadFrameGrabberDll((PluginFolder("good") + tail).c_str(), nullptr), 1);
@@ -102,10 +102,14 @@ TEST_F(PluginScan, FailsCleanlyForEachWayADriverCannotBeHad)
     struct {
         const wchar_t* name;
         const wchar_t* message; // what stands in it afterwards
-    } const cases[] = {{nullptr, L"untouched"},       {L"", L"untouched"},
-                       {L"good", L"untouched"},       {L"NoSuch", L"untouched"},
-                       {L"NullFactory", L"untouched"}, {L"FactoryThrows", L"untouched"},
-                       {L"InitFails", L"no camera answers"}, {L"InitThrows", L"the camera is on fire"}};
+    } const cases[] = {{nullptr, L"untouched"},
+                       {L"", L"untouched"},
+                       {L"good", L"untouched"},
+                       {L"NoSuch", L"untouched"},
+                       {L"NullFactory", L"untouched"},
+                       {L"FactoryThrows", L"untouched"},
+                       {L"InitFails", L"no camera answers"},
+                       {L"InitThrows", L"the camera is on fire"}};
     for (const auto& c : cases) {
         CString message = L"untouched";
         EXPECT_FALSE(CFrameGrabber::GetFrameGrabber(c.name, CProfileSection(), message));

@@ -60,9 +60,14 @@ TEST_F(PreProcess, SettingsAreReadWhenTheGrabberIsMade)
     struct {
         const wchar_t* rotate;
         int code; // of cv::rotate, -1 none
-    } const cases[] = {{L"1", cv::ROTATE_90_COUNTERCLOCKWISE}, {L"90", cv::ROTATE_90_COUNTERCLOCKWISE},
-                       {L"270", cv::ROTATE_90_COUNTERCLOCKWISE}, {L"-1", cv::ROTATE_90_CLOCKWISE},
-                       {L"-90 degrees", cv::ROTATE_90_CLOCKWISE}, {L"quarter", -1}, {L"", -1}, {L"0", -1}};
+    } const cases[] = {{L"1", cv::ROTATE_90_COUNTERCLOCKWISE},
+                       {L"90", cv::ROTATE_90_COUNTERCLOCKWISE},
+                       {L"270", cv::ROTATE_90_COUNTERCLOCKWISE},
+                       {L"-1", cv::ROTATE_90_CLOCKWISE},
+                       {L"-90 degrees", cv::ROTATE_90_CLOCKWISE},
+                       {L"quarter", -1},
+                       {L"", -1},
+                       {L"0", -1}};
     CFrameGrabber::LoadFrameGrabberDll(L"", nullptr);
     for (const auto& c : cases) {
         CProfileSection settings;
@@ -78,7 +83,7 @@ TEST_F(PreProcess, SettingsAreReadWhenTheGrabberIsMade)
         ASSERT_EQ(grabber->GetNewImage(image, 5000), 1);
         ASSERT_EQ(image.size(), c.code < 0 ? cv::Size(320, 240) : cv::Size(240, 320));
         // The marker's shaft, at (50, 100) in the camera's image, is white on both sides of the turn.
-        const cv::Point shaft = c.code < 0                                  ? cv::Point(50, 100)
+        const cv::Point shaft = c.code < 0                                 ? cv::Point(50, 100)
                                 : c.code == cv::ROTATE_90_COUNTERCLOCKWISE ? cv::Point(100, 319 - 50)
                                                                            : cv::Point(239 - 100, 50);
         EXPECT_EQ(image.at<cv::Vec3b>(shaft), cv::Vec3b(255, 255, 255)) << c.code;
@@ -92,10 +97,11 @@ TEST_F(PreProcess, ClipsWhatLiesInTheImageAndIgnoresTheRest)
     struct {
         cv::Rect rect;
         bool taken;
-    } const cases[] = {{{10, 5, 70, 55}, true},  {whole, true},           {{79, 59, 1, 1}, true},
-                       {{10, 5, 71, 55}, false}, {{10, 5, 70, 56}, false}, {{-1, 0, 5, 5}, false},
-                       {{0, 0, 0, 5}, false},    {{0, 0, 5, -1}, false},   {{80, 0, 1, 1}, false},
-                       {{2, 2, INT_MAX, INT_MAX}, false}};
+    } const cases[] = {{{10, 5, 70, 55}, true},  {whole, true},
+                       {{79, 59, 1, 1}, true},   {{10, 5, 71, 55}, false},
+                       {{10, 5, 70, 56}, false}, {{-1, 0, 5, 5}, false},
+                       {{0, 0, 0, 5}, false},    {{0, 0, 5, -1}, false},
+                       {{80, 0, 1, 1}, false},   {{2, 2, INT_MAX, INT_MAX}, false}};
     for (const int type : {CV_8UC1, CV_8UC3, CV_16UC1}) {
         const cv::Mat frame = RandomFrame(type);
         for (const auto& c : cases) {

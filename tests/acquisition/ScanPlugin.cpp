@@ -24,9 +24,18 @@ public:
 #endif
         static_cast<void>(message);
     }
-    int CloseFrameGrabber() override { return 1; }
-    int StartCapture() override { return 1; }
-    int StopCapture() override { return 1; }
+    int CloseFrameGrabber() override
+    {
+        return 1;
+    }
+    int StartCapture() override
+    {
+        return 1;
+    }
+    int StopCapture() override
+    {
+        return 1;
+    }
 };
 
 } // namespace

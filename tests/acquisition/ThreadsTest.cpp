@@ -85,7 +85,9 @@ TEST(Threads, ClientsFreezingClosingAndReopeningWhileFramesFlow)
     });
     client([&](cv::Mat& image, int i) {
         cv::Mat picture(4, 4, CV_8UC1, cv::Scalar(i));
-        i % 3 == 0 ? grabber->SetLive(0) : i % 3 == 1 ? grabber->SetStaticImage(picture) : grabber->SetLive(1);
+        i % 3 == 0   ? grabber->SetLive(0)
+        : i % 3 == 1 ? grabber->SetStaticImage(picture)
+                     : grabber->SetLive(1);
         grabber->SetClipRect(cv::Rect(i % 20, i % 20, 20, 20), i % 2);
         return grabber->GetImage(image, false, 0);
     });

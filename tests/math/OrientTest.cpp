@@ -64,7 +64,8 @@ TEST(Orient, TurnsLargeImagesWhateverTheirAlignment)
                 } else {
                     mirrored = source;
                 }
-                cv::rotate(mirrored, wanted, turn > 0 ? cv::ROTATE_90_COUNTERCLOCKWISE : cv::ROTATE_90_CLOCKWISE);
+                cv::rotate(mirrored, wanted,
+                           turn > 0 ? cv::ROTATE_90_COUNTERCLOCKWISE : cv::ROTATE_90_CLOCKWISE);
                 OrientImage(source, turned, T_ORIENTATION::FromMirrorAndTurn(mirror, false, turn));
                 EXPECT_TRUE(SamePixels(turned, wanted)) << size << turn << mirror;
             }

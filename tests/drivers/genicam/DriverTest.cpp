@@ -26,12 +26,13 @@ Settings Fake(Settings more = {})
 TEST(GenICamDriver, ExportsItsNameAndOnePropertyForEachSetting)
 {
     char name[64] = "";
-    reinterpret_cast<GetFrameGrabberNameFunction>(CDriverUnderTest::Symbol("GetFrameGrabberName"))(name, sizeof name);
+    reinterpret_cast<GetFrameGrabberNameFunction>(CDriverUnderTest::Symbol("GetFrameGrabberName"))(
+        name, sizeof name);
     EXPECT_STREQ(name, "GenICam");
     TList<CMFCPropertyGridProperty, int, int> properties;
     TList<CString, int, int> cameras;
-    reinterpret_cast<GetFrameGrabberPropertiesFunction>(CDriverUnderTest::Symbol("GetFrameGrabberProperties"))(properties,
-                                                                                                               cameras);
+    reinterpret_cast<GetFrameGrabberPropertiesFunction>(
+        CDriverUnderTest::Symbol("GetFrameGrabberProperties"))(properties, cameras);
     std::size_t count = 0;
     for (const CMFCPropertyGridProperty* property : properties) {
         ASSERT_LT(count, GetGenICamSettingTable().size());
@@ -165,7 +166,8 @@ TEST_P(RefusedSetting, IsNamedWithItsValueAndWhatIsAllowed)
     CDriverUnderTest driver;
     ASSERT_FALSE(driver.Init(Fake({{refusal.key, refusal.value}})));
     const std::string& message = driver.Message();
-    for (const std::string& part : {ToNarrow(refusal.key), ToNarrow(refusal.value), std::string(refusal.shown)}) {
+    for (const std::string& part :
+         {ToNarrow(refusal.key), ToNarrow(refusal.value), std::string(refusal.shown)}) {
         EXPECT_NE(message.find(part), std::string::npos) << part << " is not in: " << message;
     }
     EXPECT_FALSE(driver->StartCapture());
@@ -174,29 +176,29 @@ TEST_P(RefusedSetting, IsNamedWithItsValueAndWhatIsAllowed)
 
 INSTANTIATE_TEST_SUITE_P(
     GenICam, RefusedSetting,
-    testing::Values(T_REFUSAL{L"GenICam.Width", L"0", "1 to 65535"}, T_REFUSAL{L"GenICam.Width", L"1000000000", "65535"},
-                    T_REFUSAL{L"GenICam.Height", L"-5", "1 to"}, T_REFUSAL{L"GenICam.Width", L"2049", "1 to 2048"},
-                    T_REFUSAL{L"GenICam.Height", L"10.5", "whole numbers"},
-                    T_REFUSAL{L"GenICam.OffsetX", L"2000", "0 to 1984"},
-                    T_REFUSAL{L"GenICam.PixelFormat", L"Mono12", "Mono8"},
-                    T_REFUSAL{L"GenICam.PixelFormat", L"Sepia", "Mono12p"},
-                    T_REFUSAL{L"GenICam.ExposureTime", L"1", "10 to 10000000 us"},
-                    T_REFUSAL{L"GenICam.ExposureTime", L"Auto", "no automatic exposure"},
-                    T_REFUSAL{L"GenICam.ExposureTime", L"long", "Auto"}, T_REFUSAL{L"GenICam.Gain", L"99", "0 to 10"},
-                    T_REFUSAL{L"GenICam.FrameRate", L"5000", "1000 Hz"}, T_REFUSAL{L"GenICam.FrameRate", L"-1", "0 to"},
-                    T_REFUSAL{L"GenICam.TriggerMode", L"Perhaps", "Off, On"},
-                    T_REFUSAL{L"GenICam.Buffers", L"1", "2 to 1000"},
-                    T_REFUSAL{L"GenICam.SocketBuffer", L"100", "65536"},
-                    T_REFUSAL{L"GenICam.PacketSize", L"100", "576 to 16384"},
-                    T_REFUSAL{L"GenICam.Interface", L"Carrier", "USB3Vision"},
-                    T_REFUSAL{L"GenICam.DeviceId", L"Acme-4711", "Fake_1"},
-                    T_REFUSAL{L"GenICam.Features", L"NoSuchThing=1", "no such feature"},
-                    T_REFUSAL{L"GenICam.Features", L"BinningVertical=99", "BinningVertical"},
-                    T_REFUSAL{L"GenICam.Features", L"BinningVertical=two", "whole number"},
-                    T_REFUSAL{L"GenICam.Features", L"AcquisitionMode=Sometimes", "Continuous"},
-                    T_REFUSAL{L"GenICam.Features", L"SensorWidth=100", "SensorWidth"},
-                    T_REFUSAL{L"GenICam.Features", L"SensorWidth", "a value is missing"},
-                    T_REFUSAL{L"GenICam.Features", L"=5", "name is missing"}));
+    testing::Values(
+        T_REFUSAL{L"GenICam.Width", L"0", "1 to 65535"}, T_REFUSAL{L"GenICam.Width", L"1000000000", "65535"},
+        T_REFUSAL{L"GenICam.Height", L"-5", "1 to"}, T_REFUSAL{L"GenICam.Width", L"2049", "1 to 2048"},
+        T_REFUSAL{L"GenICam.Height", L"10.5", "whole numbers"},
+        T_REFUSAL{L"GenICam.OffsetX", L"2000", "0 to 1984"},
+        T_REFUSAL{L"GenICam.PixelFormat", L"Mono12", "Mono8"},
+        T_REFUSAL{L"GenICam.PixelFormat", L"Sepia", "Mono12p"},
+        T_REFUSAL{L"GenICam.ExposureTime", L"1", "10 to 10000000 us"},
+        T_REFUSAL{L"GenICam.ExposureTime", L"Auto", "no automatic exposure"},
+        T_REFUSAL{L"GenICam.ExposureTime", L"long", "Auto"}, T_REFUSAL{L"GenICam.Gain", L"99", "0 to 10"},
+        T_REFUSAL{L"GenICam.FrameRate", L"5000", "1000 Hz"}, T_REFUSAL{L"GenICam.FrameRate", L"-1", "0 to"},
+        T_REFUSAL{L"GenICam.TriggerMode", L"Perhaps", "Off, On"},
+        T_REFUSAL{L"GenICam.Buffers", L"1", "2 to 1000"}, T_REFUSAL{L"GenICam.SocketBuffer", L"100", "65536"},
+        T_REFUSAL{L"GenICam.PacketSize", L"100", "576 to 16384"},
+        T_REFUSAL{L"GenICam.Interface", L"Carrier", "USB3Vision"},
+        T_REFUSAL{L"GenICam.DeviceId", L"Acme-4711", "Fake_1"},
+        T_REFUSAL{L"GenICam.Features", L"NoSuchThing=1", "no such feature"},
+        T_REFUSAL{L"GenICam.Features", L"BinningVertical=99", "BinningVertical"},
+        T_REFUSAL{L"GenICam.Features", L"BinningVertical=two", "whole number"},
+        T_REFUSAL{L"GenICam.Features", L"AcquisitionMode=Sometimes", "Continuous"},
+        T_REFUSAL{L"GenICam.Features", L"SensorWidth=100", "SensorWidth"},
+        T_REFUSAL{L"GenICam.Features", L"SensorWidth", "a value is missing"},
+        T_REFUSAL{L"GenICam.Features", L"=5", "name is missing"}));
 
 TEST(GenICamDriver, ATriggerSourceThatTheCameraLacksIsRefused)
 {

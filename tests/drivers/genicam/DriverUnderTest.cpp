@@ -52,7 +52,8 @@ void* CDriverUnderTest::Symbol(const char* name)
 }
 
 CDriverUnderTest::CDriverUnderTest()
-    : m_driver(reinterpret_cast<GetFrameGrabberFunction>(Symbol("GetFrameGrabber"))()), m_pFrameSource(m_driver.get())
+    : m_driver(reinterpret_cast<GetFrameGrabberFunction>(Symbol("GetFrameGrabber"))()),
+      m_pFrameSource(m_driver.get())
 {
     m_driver->SetLog(&m_log);
     m_driver->SetNewImageCallback(&CDriverUnderTest::NewImage, this);

@@ -111,8 +111,8 @@ std::optional<DWORD> CFakeCamera::ReadRegister(DWORD address)
     std::memcpy(request + sizeof head, &wanted, sizeof wanted);
     std::uint32_t answer[3]{};
     pollfd ready{udp, POLLIN, 0};
-    const bool answered = ::sendto(udp, request, sizeof request, 0, reinterpret_cast<sockaddr*>(&to), sizeof to) ==
-                              static_cast<ssize_t>(sizeof request) &&
+    const bool answered = ::sendto(udp, request, sizeof request, 0, reinterpret_cast<sockaddr*>(&to),
+                                   sizeof to) == static_cast<ssize_t>(sizeof request) &&
                           ::poll(&ready, 1, kAnswerWait) > 0 &&
                           ::recv(udp, answer, sizeof answer, 0) == static_cast<ssize_t>(sizeof answer);
     ::close(udp);

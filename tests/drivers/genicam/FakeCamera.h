@@ -35,8 +35,9 @@ public:
     static std::optional<DWORD> ReadRegister(DWORD address);
 
     // Registers of the simulated camera.
-    static constexpr DWORD kWidth = 0x100, kHeight = 0x104, kGain = 0x110, kExposure = 0x120, kOffsetX = 0x130,
-                           kOffsetY = 0x134, kFramePeriod = 0x138, kTriggerMode = 0x300, kAcquiring = 0x124;
+    static constexpr DWORD kWidth = 0x100, kHeight = 0x104, kGain = 0x110, kExposure = 0x120,
+                           kOffsetX = 0x130, kOffsetY = 0x134, kFramePeriod = 0x138, kTriggerMode = 0x300,
+                           kAcquiring = 0x124;
 
 private:
     std::vector<std::string> m_arguments;

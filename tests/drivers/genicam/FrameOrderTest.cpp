@@ -10,9 +10,8 @@ TEST(FrameOrder, CountsMissingNumbersOverEveryKindOfWrap)
     const struct {
         std::uint64_t from, to, missed;
     } cases[] = {
-        {1, 2, 0},           {1, 5, 3},          {65535, 1, 0}, // GigE Vision leaves out 0
-        {65535, 0, 0},       {65534, 2, 2},      {65536, 65537, 0},
-        {0xFFFFFFFF, 0x100000002, 2},            {~0ull, 0, 0},
+        {1, 2, 0},     {1, 5, 3},     {65535, 1, 0}, // GigE Vision leaves out 0
+        {65535, 0, 0}, {65534, 2, 2}, {65536, 65537, 0}, {0xFFFFFFFF, 0x100000002, 2}, {~0ull, 0, 0},
     };
     for (const auto& c : cases) {
         CFrameOrder order;
@@ -55,7 +54,8 @@ TEST(FrameOrder, AClockThatWasSetBackCountsAfterALongRunInOrder)
     for (int i = 1; i <= CFrameOrder::kRefusedRun; ++i) {
         EXPECT_FALSE(order.Check(static_cast<std::uint64_t>(i), 100u + i).bAccepted);
     }
-    const CFrameOrder::T_VERDICT verdict = order.Check(CFrameOrder::kRefusedRun + 1, 101 + CFrameOrder::kRefusedRun);
+    const CFrameOrder::T_VERDICT verdict =
+        order.Check(CFrameOrder::kRefusedRun + 1, 101 + CFrameOrder::kRefusedRun);
     EXPECT_TRUE(verdict.bAccepted);
     EXPECT_TRUE(verdict.bClockSetBack);
     EXPECT_FALSE(order.Check(CFrameOrder::kRefusedRun + 2, 102 + CFrameOrder::kRefusedRun).bClockSetBack);

@@ -40,7 +40,8 @@ protected:
 
     static Settings Small(Settings more = {})
     {
-        Settings settings{{L"GenICam.DeviceId", L"127.0.0.1"}, {L"GenICam.Width", L"160"}, {L"GenICam.Height", L"120"}};
+        Settings settings{
+            {L"GenICam.DeviceId", L"127.0.0.1"}, {L"GenICam.Width", L"160"}, {L"GenICam.Height", L"120"}};
         settings.merge(more);
         return settings;
     }
@@ -131,7 +132,8 @@ TEST_F(NetworkCamera, StartAndStopWhileTheCameraIsLostCountWhenItIsBack)
     CDriverUnderTest driver;
     ASSERT_TRUE(driver.Init(Small())) << driver.Message();
     camera.Kill();
-    ASSERT_TRUE(PollUntil([&] { return driver.Statistics().bConnected == 0; })) << "an idle camera is watched too";
+    ASSERT_TRUE(PollUntil([&] { return driver.Statistics().bConnected == 0; }))
+        << "an idle camera is watched too";
     EXPECT_TRUE(driver->StartCapture());
     EXPECT_TRUE(driver->StopCapture());
     EXPECT_TRUE(driver->StartCapture());
@@ -165,7 +167,8 @@ TEST_F(NetworkCamera, DamagedFramesAreCountedAndNeverDelivered)
     std::atomic<unsigned> torn{0};
     CDriverUnderTest driver;
     driver.OnFrame([&](const cv::Mat& image) { torn += IsOneRamp(image) ? 0 : 1; });
-    ASSERT_TRUE(driver.Init({{L"GenICam.DeviceId", L"127.0.0.1"}, {L"GenICam.FrameRate", L"40"}})) << driver.Message();
+    ASSERT_TRUE(driver.Init({{L"GenICam.DeviceId", L"127.0.0.1"}, {L"GenICam.FrameRate", L"40"}}))
+        << driver.Message();
     ASSERT_TRUE(driver->StartCapture());
     ASSERT_TRUE(PollUntil([&] {
         const T_GENICAM_STATISTICS now = driver.Statistics();
@@ -177,7 +180,8 @@ TEST_F(NetworkCamera, DamagedFramesAreCountedAndNeverDelivered)
     EXPECT_EQ(statistics.nDelivered, driver.Frames());
     EXPECT_EQ(statistics.nLosses, 0u);
     EXPECT_EQ(statistics.nTimeouts, 0u);
-    EXPECT_GE(driver.Log().Count("incomplete"), 2) << "a line while it happens and a summary:\n" << driver.Log().All();
+    EXPECT_GE(driver.Log().Count("incomplete"), 2) << "a line while it happens and a summary:\n"
+                                                   << driver.Log().All();
 }
 
 TEST_F(NetworkCamera, PlainUdpGetsASocketBufferThatHoldsFrames)
@@ -189,9 +193,11 @@ TEST_F(NetworkCamera, PlainUdpGetsASocketBufferThatHoldsFrames)
     ASSERT_TRUE(driver.WaitForFrames(10)) << driver.Log().All();
     const T_GENICAM_STATISTICS statistics = driver.Statistics();
     EXPECT_GE(statistics.nSocketBufferAsked, 8u << 20);
-    EXPECT_GE(LargestDatagramBuffer(), 2 * statistics.nSocketBufferGranted) << "the system adds as much again";
+    EXPECT_GE(LargestDatagramBuffer(), 2 * statistics.nSocketBufferGranted)
+        << "the system adds as much again";
     EXPECT_EQ(driver.Log().Count("net.core.rmem_max"),
-              statistics.nSocketBufferGranted != 0 && statistics.nSocketBufferGranted < statistics.nSocketBufferAsked);
+              statistics.nSocketBufferGranted != 0 &&
+                  statistics.nSocketBufferGranted < statistics.nSocketBufferAsked);
 }
 
 TEST_F(NetworkCamera, ASlowConsumerIsAnOverrunAndNotALoss)
@@ -212,7 +218,8 @@ TEST_F(NetworkCamera, ATriggeredCameraWaitsForEachTriggerAndSilenceIsNoTimeout)
 {
     const CFakeCamera camera;
     CDriverUnderTest driver;
-    const auto trigger = reinterpret_cast<SendGenICamTriggerFunction>(CDriverUnderTest::Symbol("SendGenICamTrigger"));
+    const auto trigger =
+        reinterpret_cast<SendGenICamTriggerFunction>(CDriverUnderTest::Symbol("SendGenICamTrigger"));
     EXPECT_EQ(trigger(&*driver), 0) << "nothing is open";
     ASSERT_TRUE(driver.Init(Small({{L"GenICam.TriggerMode", L"On"},
                                    {L"GenICam.TriggerSource", L"Software"},
@@ -248,7 +255,8 @@ TEST_F(NetworkCamera, TwoCamerasRunSideBySide)
     CDriverUnderTest network;
     CDriverUnderTest simulated;
     ASSERT_TRUE(network.Init(Small()));
-    ASSERT_TRUE(simulated.Init({{L"GenICam.Interface", L"Fake"}, {L"GenICam.Width", L"64"}, {L"GenICam.Height", L"48"}}));
+    ASSERT_TRUE(simulated.Init(
+        {{L"GenICam.Interface", L"Fake"}, {L"GenICam.Width", L"64"}, {L"GenICam.Height", L"48"}}));
     ASSERT_TRUE(network->StartCapture());
     ASSERT_TRUE(simulated->StartCapture());
     EXPECT_TRUE(network.WaitForFrames(5));

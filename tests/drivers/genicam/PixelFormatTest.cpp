@@ -91,7 +91,8 @@ TEST(PixelFormat, KnownBytesOfThePackedFormats)
                  {"Mono10p", 0x1AB, 0x348}};
     for (const auto& c : cases) {
         cv::Mat image;
-        ASSERT_TRUE(CFrameConverter().Convert(*FindPixelFormat(c.name), {bytes, sizeof bytes, 2, 1, 0}, image));
+        ASSERT_TRUE(
+            CFrameConverter().Convert(*FindPixelFormat(c.name), {bytes, sizeof bytes, 2, 1, 0}, image));
         EXPECT_EQ(image.at<std::uint16_t>(0, 0), c.first) << c.name;
         EXPECT_EQ(image.at<std::uint16_t>(0, 1), c.second) << c.name;
     }
@@ -113,9 +114,10 @@ TEST(PixelFormat, AFrameWithTooFewBytesOrImpossibleSidesIsRefused)
         EXPECT_EQ(image.type(), format.nType) << format.szName;
         EXPECT_EQ(image.size(), cv::Size(33, 17));
     }
-    for (const T_RAW_FRAME& frame : {T_RAW_FRAME{nullptr, 0, 0, 5, 0}, T_RAW_FRAME{nullptr, 0, 5, -1, 0},
-                                     T_RAW_FRAME{nullptr, 0, 65535, 65535, 0}, T_RAW_FRAME{nullptr, 0, 65536, 1, 0},
-                                     T_RAW_FRAME{nullptr, 0, 5, 5, -1}}) {
+    for (const T_RAW_FRAME& frame :
+         {T_RAW_FRAME{nullptr, 0, 0, 5, 0}, T_RAW_FRAME{nullptr, 0, 5, -1, 0},
+          T_RAW_FRAME{nullptr, 0, 65535, 65535, 0}, T_RAW_FRAME{nullptr, 0, 65536, 1, 0},
+          T_RAW_FRAME{nullptr, 0, 5, 5, -1}}) {
         EXPECT_EQ(GetFrameBytes(*FindPixelFormat("Mono8"), frame), 0u);
     }
 }
@@ -148,7 +150,8 @@ TEST(PixelFormat, ColoursAreDeliveredAsBlueGreenRed)
         const std::string name = std::string("Bayer") + mosaic.mosaic;
         ASSERT_TRUE(CFrameConverter().Convert(*FindPixelFormat(name + "8"), {sent.data, 64, 8, 8, 0}, image));
         EXPECT_EQ(cv::Vec3i(image.at<cv::Vec3b>(4, 4)), bgr) << name;
-        ASSERT_TRUE(CFrameConverter().Convert(*FindPixelFormat(name + "12"), {sent16.data, 128, 8, 8, 0}, image));
+        ASSERT_TRUE(
+            CFrameConverter().Convert(*FindPixelFormat(name + "12"), {sent16.data, 128, 8, 8, 0}, image));
         EXPECT_EQ(cv::Vec3i(image.at<cv::Vec3w>(3, 4)), 16 * bgr) << name;
     }
 }

@@ -80,8 +80,9 @@ TEST(GenICamDocument, ListsEachSettingWithItsDefaultAndEachPixelFormat)
     stream << file.rdbuf();
     const std::string text = stream.str();
     for (const T_DRIVER_SETTING& row : GetGenICamSettingTable()) {
-        const CString wide = Format(*row.defaultValue != 0 ? L"| `%s` | %s | `%s` | " : L"| `%s` | %s | empty%s | ",
-                                    row.key, row.type, row.defaultValue);
+        const CString wide =
+            Format(*row.defaultValue != 0 ? L"| `%s` | %s | `%s` | " : L"| `%s` | %s | empty%s | ", row.key,
+                   row.type, row.defaultValue);
         const std::string wanted = ToNarrow(wide);
         EXPECT_NE(text.find(wanted), std::string::npos) << "no line begins: " << wanted;
     }

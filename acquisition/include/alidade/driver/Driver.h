@@ -6,6 +6,7 @@
 #include "alidade/driver/FrameGrabberInterface.h"
 #include "alidade/driver/PropertyGridProperty.h"
 #include "foundation/containers/List.h"
+#include "foundation/platform/SymbolExport.h"
 
 #include <cstring>
 
@@ -13,11 +14,7 @@
 /// TRefPointer, CProfileSection, CMFCPropertyGridProperty. It rises whenever one of them changes.
 #define ALIDADE_DRIVER_LAYOUT_VERSION 1
 
-#ifdef _WIN32
-#define ALIDADE_DRIVER_EXPORT extern "C" __declspec(dllexport)
-#else
-#define ALIDADE_DRIVER_EXPORT extern "C" __attribute__((visibility("default")))
-#endif
+#define ALIDADE_DRIVER_EXPORT extern "C" ALIDADE_PLATFORM_EXPORT
 
 namespace alidade {
 
@@ -26,8 +23,8 @@ namespace alidade {
 using GetFrameGrabberNameFunction = void (*)(char* name, int size);
 /// "GetFrameGrabber": a new driver, owned by the caller; null on failure.
 using GetFrameGrabberFunction = IFrameGrabberInterface* (*)();
-/// "GetFrameGrabberProperties": appends one property per setting. `cameras` lists the camera controls that the
-/// system knows, for a choice row.
+/// "GetFrameGrabberProperties": appends one property per setting. `cameras` lists the camera controls that
+/// the system knows, for a choice row.
 using GetFrameGrabberPropertiesFunction = void (*)(TList<CMFCPropertyGridProperty, int, int>& properties,
                                                    TList<CString, int, int>& cameras);
 /// "GetFrameGrabberLayoutVersion", optional: the layout version that the plug-in was built with. A plug-in of
@@ -46,26 +43,26 @@ inline void CopyDriverName(char* name, int size, const char* text)
 
 /// Defines the exports of a plug-in: its name, its driver class (default-constructible) and a function that
 /// appends its properties.
-#define ALIDADE_DRIVER_PLUGIN(name, driverClass, appendProperties)                                         \
-    ALIDADE_DRIVER_EXPORT void GetFrameGrabberName(char* text, int size)                                   \
-    {                                                                                                      \
-        alidade::CopyDriverName(text, size, name);                                                         \
-    }                                                                                                      \
-    ALIDADE_DRIVER_EXPORT alidade::IFrameGrabberInterface* GetFrameGrabber()                               \
-    {                                                                                                      \
-        try {                                                                                              \
-            return new driverClass;                                                                        \
-        } catch (...) {                                                                                    \
-            return nullptr;                                                                                \
-        }                                                                                                  \
-    }                                                                                                      \
-    ALIDADE_DRIVER_EXPORT void GetFrameGrabberProperties(                                                  \
-        alidade::TList<alidade::CMFCPropertyGridProperty, int, int>& properties,                           \
-        alidade::TList<alidade::CString, int, int>& cameras)                                               \
-    {                                                                                                      \
-        appendProperties(properties, cameras);                                                             \
-    }                                                                                                      \
-    ALIDADE_DRIVER_EXPORT alidade::DWORD GetFrameGrabberLayoutVersion()                                    \
-    {                                                                                                      \
-        return ALIDADE_DRIVER_LAYOUT_VERSION;                                                              \
+#define ALIDADE_DRIVER_PLUGIN(name, driverClass, appendProperties)                                           \
+    ALIDADE_DRIVER_EXPORT void GetFrameGrabberName(char* text, int size)                                     \
+    {                                                                                                        \
+        alidade::CopyDriverName(text, size, name);                                                           \
+    }                                                                                                        \
+    ALIDADE_DRIVER_EXPORT alidade::IFrameGrabberInterface* GetFrameGrabber()                                 \
+    {                                                                                                        \
+        try {                                                                                                \
+            return new driverClass;                                                                          \
+        } catch (...) {                                                                                      \
+            return nullptr;                                                                                  \
+        }                                                                                                    \
+    }                                                                                                        \
+    ALIDADE_DRIVER_EXPORT void GetFrameGrabberProperties(                                                    \
+        alidade::TList<alidade::CMFCPropertyGridProperty, int, int>& properties,                             \
+        alidade::TList<alidade::CString, int, int>& cameras)                                                 \
+    {                                                                                                        \
+        appendProperties(properties, cameras);                                                               \
+    }                                                                                                        \
+    ALIDADE_DRIVER_EXPORT alidade::DWORD GetFrameGrabberLayoutVersion()                                      \
+    {                                                                                                        \
+        return ALIDADE_DRIVER_LAYOUT_VERSION;                                                                \
     }

@@ -46,8 +46,8 @@ struct T_COMM_DATA {
 /// An object that speaks a camera's control protocol over a port. One thread at a time.
 class IFGCamera {
 public:
-    /// Makes camera controls of one kind. Objects register themselves while the library loads and live as long
-    /// as the process.
+    /// Makes camera controls of one kind. Objects register themselves while the library loads and live as
+    /// long as the process.
     class CDYNAMIC_CREATE {
     public:
         virtual ~CDYNAMIC_CREATE() = default;
