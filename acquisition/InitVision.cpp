@@ -55,6 +55,7 @@ int InitVision(CIPClient* client, CProfile* profile, CSimpleLog* log, const wcha
     g_client = client;
     g_profile = profile != nullptr ? profile : client->GetProfile();
     g_log = log != nullptr ? log : client->GetLog();
+    CProfileSection::SetDiagnosticLog(g_log);
     return 1;
 }
 
