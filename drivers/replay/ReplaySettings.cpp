@@ -52,20 +52,11 @@ std::span<const T_DRIVER_SETTING> GetReplaySettingTable()
 
 int ReadReplaySettings(const CProfileSection& settings, T_REPLAY_SETTINGS& out, CString& message)
 {
-    CProfileSection defaults;
-    for (const T_DRIVER_SETTING& row : kTable) {
-        defaults.SetItemValue(row.key, row.defaultValue);
-    }
-    const auto text = [&](eROW row) {
-        return CString(Trim(settings.GetItemValue(kTable[row].key, kTable[row].defaultValue)));
-    };
-
+    const auto text = [&](eROW row) { return CString(Trim(ReadText(settings, kTable[row]))); };
     T_REPLAY_SETTINGS read;
     read.strSource = text(ROW_SOURCE);
-    const wchar_t* rateKey = kTable[ROW_FRAME_RATE].key;
-    read.dFrameRate = settings.GetItemValue(rateKey, defaults.GetItemValue(rateKey, 0.0));
-    const wchar_t* loopKey = kTable[ROW_LOOP].key;
-    read.bLoop = settings.GetItemValueBoolean(loopKey, defaults.GetItemValueBoolean(loopKey, 1)) != 0;
+    read.dFrameRate = ReadDouble(settings, kTable[ROW_FRAME_RATE]);
+    read.bLoop = ReadBoolean(settings, kTable[ROW_LOOP]);
 
     if (read.strSource.empty()) {
         message = Format(L"Replay: %s is empty; it names a folder of pictures, a wildcard or a video file",
@@ -74,8 +65,9 @@ int ReadReplaySettings(const CProfileSection& settings, T_REPLAY_SETTINGS& out, 
     }
     if (read.dFrameRate != 0 &&
         !(read.dFrameRate >= kLeastFramesPerSecond && read.dFrameRate <= kMostFramesPerSecond)) {
-        message = Format(L"Replay: %s = %s is neither 0 nor from %g to %g frames per second", rateKey,
-                         text(ROW_FRAME_RATE).c_str(), kLeastFramesPerSecond, kMostFramesPerSecond);
+        message = Format(L"Replay: %s = %s is neither 0 nor from %g to %g frames per second",
+                         kTable[ROW_FRAME_RATE].key, text(ROW_FRAME_RATE).c_str(), kLeastFramesPerSecond,
+                         kMostFramesPerSecond);
         return 0;
     }
     if (!ParseColor(text(ROW_COLOR), read.eColor)) {

@@ -1,6 +1,5 @@
 #include "foundation/platform/LargeMemory.h"
 
-#include <cstdint>
 #include <cstdlib>
 
 #ifdef _WIN32
@@ -13,12 +12,13 @@ namespace alidade {
 namespace {
 
 constexpr std::size_t kPage = std::size_t{2} << 20;
+constexpr std::size_t kMost = std::size_t{1} << 39; // no machine has room for such an image
 
 } // namespace
 
 void* AllocateLargeMemory(std::size_t bytes)
 {
-    if (bytes > SIZE_MAX - kPage) {
+    if (bytes > kMost) {
         return nullptr;
     }
     const std::size_t whole = (bytes + kPage - 1) / kPage * kPage;

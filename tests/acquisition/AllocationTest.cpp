@@ -35,6 +35,11 @@ void* operator new[](std::size_t size)
 {
     return Allocate(size);
 }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    g_allocations += t_counting;
+    return std::malloc(size > 0 ? size : 1);
+}
 void operator delete(void* memory) noexcept
 {
     std::free(memory);

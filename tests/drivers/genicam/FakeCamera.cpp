@@ -32,6 +32,7 @@ bool TryUntil(Condition condition)
         if (std::chrono::steady_clock::now() >= end) {
             return false;
         }
+        ::poll(nullptr, 0, 10);
     }
     return true;
 }
