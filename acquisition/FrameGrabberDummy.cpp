@@ -268,7 +268,7 @@ void CFrameGrabberDummy::PaintBrightness(int frame)
 /// painting a frame takes no memory.
 void CFrameGrabberDummy::BuildMarker()
 {
-    cv::Mat mask = cv::Mat::zeros(std::min(m_work.rows, 210), std::min(m_work.cols, 110), CV_8UC1);
+    cv::Mat mask(std::min(m_work.rows, 210), std::min(m_work.cols, 110), CV_8UC1, cv::Scalar(0));
     const cv::Scalar white(255);
     cv::line(mask, {100, 50}, {0, 50}, white, 3);
     cv::line(mask, {0, 50}, {50, 0}, white, 3);

@@ -43,7 +43,7 @@ cv::Mat OverlapMask(cv::Size size, cv::Point2f centre, double angle)
         points.emplace_back(cvRound(corner.x), cvRound(corner.y));
     }
     // The corners come in no promised order: all triangles together fill the figure.
-    cv::Mat mask = cv::Mat::zeros(size, CV_8U);
+    cv::Mat mask(size, CV_8U, cv::Scalar(0));
     for (std::size_t i = 0; i < points.size(); ++i) {
         for (std::size_t j = i + 1; j < points.size(); ++j) {
             for (std::size_t k = i + 1; k < points.size(); ++k) {
@@ -92,7 +92,7 @@ int CFrameGrabber::EnableGPU(int enable)
         try {
             // Counting first keeps a machine without a device free of the library's error output.
             if (cv::cuda::getCudaEnabledDeviceCount() > 0) {
-                const cv::Mat sample = cv::Mat::zeros(2, 2, CV_64F);
+                const cv::Mat sample(2, 2, CV_64F, cv::Scalar(0));
                 cv::cuda::GpuMat device(cv::cuda::GpuMat::defaultAllocator());
                 device.upload(sample);
                 device.release();

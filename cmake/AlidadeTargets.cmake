@@ -31,6 +31,13 @@ function(alidade_test name)
     target_link_libraries(${target} PRIVATE opencv_core)
   endif()
   target_precompile_headers(${target} PRIVATE <gtest/gtest.h> <string> <vector>)
+  # Memory that cannot be had is an error to be handled, under a sanitizer too.
+  if(ALIDADE_SANITIZE MATCHES "address")
+    list(APPEND ARG_ENVIRONMENT "ASAN_OPTIONS=allocator_may_return_null=1")
+  elseif(ALIDADE_SANITIZE MATCHES "thread" AND NOT ARG_ENVIRONMENT MATCHES "TSAN_OPTIONS")
+    list(APPEND ARG_ENVIRONMENT
+      "TSAN_OPTIONS=allocator_may_return_null=1:suppressions=${PROJECT_SOURCE_DIR}/tests/support/tsan.supp")
+  endif()
   if(CMAKE_CROSSCOMPILING)
     # Run as whole programs by scripts/test-windows.sh.
     return()
