@@ -1,7 +1,7 @@
 #include "tests/containers/ListHarness.h"
+#include "tests/support/LockProbe.h"
 
 #include <atomic>
-#include <future>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -22,20 +22,6 @@ struct T_COUNTED {
 };
 
 using CCountedRef = TRefPointer<T_COUNTED, int, int>;
-
-/// Whether another thread could take the list's lock now.
-bool IsFreeForOthers(CCriticalSection& lock)
-{
-    return std::async(std::launch::async,
-                      [&] {
-                          const bool taken = lock.TryLock();
-                          if (taken) {
-                              lock.Unlock();
-                          }
-                          return taken;
-                      })
-        .get();
-}
 
 } // namespace
 

@@ -1,7 +1,7 @@
 #include "foundation/platform/CriticalSection.h"
+#include "tests/support/LockProbe.h"
 
 #include <atomic>
-#include <future>
 #include <mutex>
 #include <thread>
 #include <vector>
@@ -9,24 +9,6 @@
 #include <gtest/gtest.h>
 
 using namespace alidade;
-
-namespace {
-
-/// Whether another thread gets the lock at once; it lets go of it again.
-bool IsFreeForOthers(CCriticalSection& lock)
-{
-    return std::async(std::launch::async,
-                      [&] {
-                          const bool taken = lock.TryLock();
-                          if (taken) {
-                              lock.Unlock();
-                          }
-                          return taken;
-                      })
-        .get();
-}
-
-} // namespace
 
 TEST(CriticalSection, IsRecursiveAndFreeOnlyWhenEveryLockIsGivenBack)
 {
