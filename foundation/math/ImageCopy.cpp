@@ -5,7 +5,7 @@
 namespace alidade {
 namespace {
 
-constexpr std::size_t kParallelBytes = std::size_t{16} << 20;
+constexpr std::size_t kParallelBytes = std::size_t{3} << 20;
 
 } // namespace
 

@@ -1,0 +1,4 @@
+#pragma once
+
+#include "foundation/bus/wire/CborReader.h"
+#include "foundation/bus/wire/CborWriter.h"
