@@ -2,7 +2,7 @@
 
 #include "foundation/platform/FileReplace.h"
 #include "host/DriverCall.h"
-#include "host/GrabSettings.h"
+#include "host/OpenGrabber.h"
 #include "host/OutputCheck.h"
 
 #include <algorithm>
@@ -27,10 +27,11 @@ CGrabJob::~CGrabJob()
 
 int CGrabJob::Run(CStringA& text, T_HOST_FAILURE& failure)
 {
-    if (!BuildGrabSettings(m_options, &m_log, m_report.settings, failure) ||
-        !CallDriver(m_options.dwTimeout, L"describe itself",
-                    [&] { return CheckSettingKeys(m_options, failure); }) ||
-        !CheckOutputs(failure) || !Open(failure)) {
+    if (!CheckOutputs(failure)) {
+        return 0;
+    }
+    m_grabber = OpenGrabber(m_options, m_log, m_report.settings, m_report.strMessage, failure);
+    if (!m_grabber) {
         return 0;
     }
     TakeFrames();
@@ -55,23 +56,6 @@ int CGrabJob::CheckOutputs(T_HOST_FAILURE& failure)
     if ((m_writer && !m_writer->Check(error)) ||
         (!m_options.strReport.empty() && !CheckFile(ToPath(m_options.strReport), error))) {
         return Refuse(failure, kExitFailed, error);
-    }
-    return 1;
-}
-
-int CGrabJob::Open(T_HOST_FAILURE& failure)
-{
-    m_grabber = CallDriver(m_options.dwTimeout, L"open", [this] {
-        return CFrameGrabber::GetFrameGrabber(m_options.strGrabber.c_str(), m_report.settings,
-                                              m_report.strMessage);
-    });
-    if (!m_grabber) {
-        const CString& message = m_report.strMessage;
-        return Refuse(failure, kExitFailed,
-                      message.empty() ? m_options.strGrabber + L" cannot be opened" : message);
-    }
-    if (m_options.clip) {
-        m_grabber->SetClipRect(*m_options.clip, 1);
     }
     return 1;
 }

@@ -23,7 +23,6 @@ public:
 
 private:
     int CheckOutputs(T_HOST_FAILURE& failure);
-    int Open(T_HOST_FAILURE& failure);
     void TakeFrames();
     void Pump();
     bool TakeRecorded();

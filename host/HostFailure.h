@@ -16,10 +16,11 @@ struct T_HOST_FAILURE {
 };
 
 /// The failure as one line for standard error, without a line break.
-inline CStringA FormatFailure(const T_HOST_FAILURE& failure)
+inline CStringA FormatFailure(const T_HOST_FAILURE& failure, const char* program = "alidade-host")
 {
-    CStringA line = "alidade-host: " + ToNarrow(failure.text);
-    while (line.back() == '\n' || line.back() == '\r') {
+    CStringA line = CStringA(program) + ": " + ToNarrow(failure.text);
+    std::erase(line, '\r');
+    while (line.back() == '\n') {
         line.pop_back();
     }
     for (char& c : line) {

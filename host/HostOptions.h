@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/ExecLine.h"
 #include "host/FileNamePattern.h"
 #include "host/HostFailure.h"
 
@@ -10,9 +11,17 @@
 
 namespace alidade {
 
+/// What the host is started for.
+enum class eHOST_JOB {
+    LIST,   // the drivers, and no more
+    RECORD, // frames of one camera to files
+    SERVE,  // a member of the bus, without a view
+    WINDOW, // camera views, on the bus too
+};
+
 /// What the command line asks for, checked as far as the words themselves go.
 struct T_HOST_OPTIONS {
-    bool bListDrivers = false;
+    eHOST_JOB eJob = eHOST_JOB::WINDOW;
     CString strGrabber;
     std::vector<std::pair<CString, CString>> settings; // in the order given; a later one wins
     CString strProfile;                                // empty: none
@@ -25,6 +34,19 @@ struct T_HOST_OPTIONS {
     DWORD dwTimeout = 10000;
     CString strDrivers; // a further folder of plug-ins; empty: none
     CString strLog;     // empty: none
+
+    CStringA strBus; // empty: this process only
+    bool bMachine = false;
+    std::optional<CStringA> strUnit; // under which the camera answers
+    DWORD dwQuitAfter = INFINITE;    // ms; INFINITE: until interrupted, or until what was asked for is done
+    std::vector<T_EXEC_LINE> exec;   // in order
+    CString strDemo;                 // picture file of the stage demonstration; empty: none
+
+    CString strLayout;         // file that says which views there are; empty: one view of strGrabber
+    bool bGrabberGiven = true; // false: nobody named the one view's camera
+    cv::Size size{1280, 960};  // of the window
+    CString strScreenshot;     // picture file; empty: none
+    bool bHeadless = false;
 };
 
 /// Reads the command line.

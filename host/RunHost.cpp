@@ -7,7 +7,10 @@
 #include "host/DriverCall.h"
 #include "host/DriverList.h"
 #include "host/GrabJob.h"
+#include "host/HostProfile.h"
 #include "host/OutputCheck.h"
+#include "host/ServeJob.h"
+#include "host/WindowJob.h"
 
 #include <algorithm>
 
@@ -16,7 +19,8 @@ namespace {
 
 /// Loads the plug-ins: those of --drivers first, so that they win over others of the same name, then those
 /// beside the program.
-int LoadDrivers(const T_HOST_OPTIONS& options, CIPClient& client, T_HOST_FAILURE& failure)
+int LoadDrivers(const T_HOST_OPTIONS& options, CIPClient& client, CProfile* profile, CHostLog& log,
+                T_HOST_FAILURE& failure)
 {
     if (!options.strDrivers.empty()) {
         if (!std::filesystem::is_directory(ToPath(options.strDrivers))) {
@@ -25,7 +29,7 @@ int LoadDrivers(const T_HOST_OPTIONS& options, CIPClient& client, T_HOST_FAILURE
         CFrameGrabber::LoadFrameGrabberDll(options.strDrivers.c_str(), nullptr);
     }
     const std::filesystem::path program = GetModulePath(reinterpret_cast<const void*>(&RunHost));
-    return InitVision(&client, nullptr, nullptr, FromPath(program.parent_path() / "FG").c_str());
+    return InitVision(&client, profile, &log, FromPath(program.parent_path() / "FG").c_str());
 }
 
 int CheckDriver(const CString& name, T_HOST_FAILURE& failure)
@@ -41,6 +45,26 @@ int CheckDriver(const CString& name, T_HOST_FAILURE& failure)
     return Refuse(failure, kExitUsage, L"there is no driver " + name + L"; known are " + known);
 }
 
+int RunJob(const T_HOST_OPTIONS& options, CIPClient& client, CProfile& profile, CHostLog& log, CEvent& stop,
+           CStringA& text, T_HOST_FAILURE& failure)
+{
+    if (options.eJob == eHOST_JOB::LIST) {
+        text = CallDriver(options.dwTimeout, L"describe itself", FormatDriverList);
+        return 1;
+    }
+    if (!options.strGrabber.empty() && !CheckDriver(options.strGrabber, failure)) {
+        return 0;
+    }
+    switch (options.eJob) {
+    case eHOST_JOB::RECORD:
+        return CGrabJob(options, log, stop).Run(text, failure);
+    case eHOST_JOB::SERVE:
+        return CServeJob(options, client, log, stop).Run(failure);
+    default:
+        return CWindowJob(options, client, profile, log, stop).Run(failure);
+    }
+}
+
 } // namespace
 
 int RunHost(const T_HOST_OPTIONS& options, CEvent& stop, CStringA& text, T_HOST_FAILURE& failure)
@@ -53,13 +77,19 @@ int RunHost(const T_HOST_OPTIONS& options, CEvent& stop, CStringA& text, T_HOST_
     logOptions.path = options.strLog;
     CHostLog log(logOptions);
     CProfileSection::SetDiagnosticLog(&log);
-    CIPClient client(nullptr, &log);
-    int ok = CallDriver(options.dwTimeout, L"load", [&] { return LoadDrivers(options, client, failure); });
-    if (ok && options.bListDrivers) {
-        text = CallDriver(options.dwTimeout, L"describe itself", FormatDriverList);
-    } else if (ok) {
-        ok = CheckDriver(options.strGrabber, failure) && CGrabJob(options, log, stop).Run(text, failure);
+    // Recording reads the settings of its one grabber by itself and changes none.
+    const bool window = options.eJob == eHOST_JOB::WINDOW;
+    CProfile profile((options.strProfile.empty() ? GetDefaultProfilePath() : options.strProfile).c_str());
+    if (window) {
+        log.SetEcho(true);
+        LoadHostProfile(profile, log);
+        log.SetEcho(false);
     }
+    CIPClient client(window ? &profile : nullptr, &log, "Vision");
+    int ok = CallDriver(options.dwTimeout, L"load", [&] {
+        return LoadDrivers(options, client, window ? &profile : nullptr, log, failure);
+    });
+    ok = ok && RunJob(options, client, profile, log, stop, text, failure);
     if (!ok) {
         log.WriteErrorLog(L"%s", failure.text.c_str());
     }

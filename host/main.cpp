@@ -1,10 +1,13 @@
 #include "foundation/platform/Interrupt.h"
 #include "foundation/platform/Text.h"
 #include "foundation/utility/Strings.h"
+#include "host/Display.h"
 #include "host/HostOptions.h"
 #include "host/RunHost.h"
 
+#include <QApplication>
 #include <cstdio>
+#include <optional>
 
 namespace {
 
@@ -20,6 +23,9 @@ int Fail(const alidade::T_HOST_FAILURE& failure)
 int main(int argc, char** argv)
 {
     using namespace alidade;
+    if (IsDisplayProbe()) {
+        return RunDisplayProbe(argc, argv);
+    }
     try {
         T_HOST_OPTIONS options;
         T_HOST_FAILURE failure;
@@ -28,6 +34,15 @@ int main(int argc, char** argv)
             return Fail(failure);
         }
         if (text.empty()) {
+            std::optional<QApplication> application;
+            if (options.eJob == eHOST_JOB::WINDOW) {
+                CString note;
+                ChooseDisplay(options.bHeadless, argv[0], note);
+                if (!note.empty()) {
+                    Fail({kExitOk, note});
+                }
+                application.emplace(argc, argv);
+            }
             CInterrupt interrupt;
             if (!RunHost(options, interrupt.GetEvent(), text, failure)) {
                 return Fail(failure);
