@@ -85,8 +85,12 @@ void CSuite::Print() const
 {
     std::printf("%-62s %12s %12s %8s %10s\n", "name", "ours", "bare", "ratio", "target");
     for (const T_ROW& row : m_rows) {
-        std::printf("%-62s %12.2f %12.2f %8.3f  %s %5.2f %s\n", row.name.c_str(), row.ours, row.bare,
-                    row.ratio, row.atLeast ? ">=" : "<=", row.target, row.IsOk() ? "ok" : "MISSED");
+        std::printf("%-62s %12.2f %12.2f %8.3f  ", row.name.c_str(), row.ours, row.bare, row.ratio);
+        if (row.isStated) {
+            std::printf("stated\n");
+        } else {
+            std::printf("%s %5.2f %s\n", row.atLeast ? ">=" : "<=", row.target, row.IsOk() ? "ok" : "MISSED");
+        }
     }
 }
 
@@ -98,7 +102,7 @@ bool CSuite::WriteJson(const std::string& path) const
                         {"ours", row.ours},
                         {"bare", row.bare},
                         {"ratio", row.ratio},
-                        {"target", row.target},
+                        {"target", row.isStated ? nlohmann::json() : nlohmann::json(row.target)},
                         {"ok", row.IsOk()}});
     }
     return ReplaceFileWith(path, rows.dump(2) + "\n") != 0;

@@ -13,8 +13,9 @@ struct T_ROW {
     double bare = 0.0;
     double ratio = 0.0;
     double target = 0.0;
-    bool atLeast = false; // the ratio is to reach the target; otherwise it is to stay at or below it
-    bool IsOk() const { return atLeast ? ratio >= target : ratio <= target; }
+    bool atLeast = false;  // the ratio is to reach the target; otherwise it is to stay at or below it
+    bool isStated = false; // there is no target: the figure is only stated
+    bool IsOk() const { return isStated || (atLeast ? ratio >= target : ratio <= target); }
 };
 
 /// Collects the rows of one run.
@@ -49,9 +50,16 @@ double Percentile(std::vector<double> values, double percent);
 double MeasureOnce(const std::function<void()>& operation, int times);
 
 // One function a subject, each in a file of its own.
+void BenchBus(CSuite& suite);
 void BenchContainers(CSuite& suite);
+void BenchData(CSuite& suite);
+void BenchDisplay(CSuite& suite);
 void BenchGrabber(CSuite& suite);
 void BenchPreProcess(CSuite& suite);
 void BenchFlood(CSuite& suite);
+void BenchScene(CSuite& suite);
+void BenchScreen(CSuite& suite);
+void BenchTransport(CSuite& suite);
+void BenchWire(CSuite& suite);
 
 } // namespace alidade::bench

@@ -16,6 +16,13 @@ int main(int argc, char** argv)
     alidade::bench::BenchPreProcess(suite);
     alidade::bench::BenchFlood(suite);
     alidade::bench::BenchContainers(suite);
+    alidade::bench::BenchBus(suite);
+    alidade::bench::BenchData(suite);
+    alidade::bench::BenchTransport(suite);
+    alidade::bench::BenchWire(suite);
+    alidade::bench::BenchScene(suite);
+    alidade::bench::BenchDisplay(suite);
+    alidade::bench::BenchScreen(suite);
     suite.Print();
     if (!json.empty() && !suite.WriteJson(json)) {
         std::fprintf(stderr, "alidade-bench: cannot write %s\n", json.c_str());

@@ -50,6 +50,7 @@ TEST(HostOptions, ReadsEveryOption)
               1)
         << FormatFailure(failure);
     EXPECT_TRUE(text.empty());
+    EXPECT_EQ(options.eJob, eHOST_JOB::RECORD);
     EXPECT_EQ(options.strGrabber, L"Replay");
     const std::vector<std::pair<CString, CString>> settings = {
         {L"Replay.Source", L"/a=b c"}, {L"Image.Rotate", L"1"}, {L"Empty", L""}};
@@ -66,14 +67,84 @@ TEST(HostOptions, ReadsEveryOption)
     EXPECT_EQ(options.strLog, L"\u00e9.log");
 }
 
+TEST(HostOptions, WhatIsAskedForMakesTheJobAndTheViews)
+{
+    const struct {
+        std::vector<const char*> arguments;
+        eHOST_JOB job;
+        const wchar_t* grabber;
+        const char* unit; // null: none
+        bool machine;
+    } cases[] = {
+        {{}, eHOST_JOB::WINDOW, L"Scene", "Camera1", true},
+        {{"--headless", "--quit-after", "1"}, eHOST_JOB::WINDOW, L"Scene", "Camera1", true},
+        {{"--set", "Scene.Color=Color", "--unit", "Top"}, eHOST_JOB::WINDOW, L"Scene", "Top", true},
+        {{"--grabber", "Dummy"}, eHOST_JOB::WINDOW, L"Dummy", "Camera1", false},
+        {{"--grabber", "Dummy", "--profile", "a", "--section", "Top"},
+         eHOST_JOB::WINDOW,
+         L"Dummy",
+         "Top",
+         false},
+        {{"--grabber", "Dummy", "--unit", ""}, eHOST_JOB::WINDOW, L"Dummy", "", false},
+        {{"--bus", "local:x", "--grabber", "Dummy"}, eHOST_JOB::WINDOW, L"Dummy", "Camera1", false},
+        {{"--layout", "a", "--machine", "simulated"}, eHOST_JOB::WINDOW, L"", nullptr, true},
+        {{"--bus", "local:x"}, eHOST_JOB::SERVE, L"", nullptr, false},
+        {{"--exec", "a b c"}, eHOST_JOB::SERVE, L"", nullptr, false},
+        {{"--machine", "simulated", "--headless"}, eHOST_JOB::SERVE, L"", nullptr, true},
+        {{"--demo-stage", "a.png", "--machine", "simulated", "--grabber", "Scene", "--unit", "A"},
+         eHOST_JOB::SERVE,
+         L"Scene",
+         "A",
+         true},
+        {{"--grabber", "Dummy", "--buffers", "3"}, eHOST_JOB::RECORD, L"Dummy", nullptr, false},
+        {{"--list-drivers"}, eHOST_JOB::LIST, L"", nullptr, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::PrintToString(c.arguments));
+        T_HOST_OPTIONS options;
+        T_HOST_FAILURE failure;
+        CStringA text;
+        ASSERT_EQ(Parse(c.arguments, options, text, failure), 1) << FormatFailure(failure);
+        EXPECT_EQ(options.eJob, c.job);
+        EXPECT_EQ(options.strGrabber, c.grabber);
+        EXPECT_EQ(options.strUnit, c.unit != nullptr ? std::optional<CStringA>(c.unit) : std::nullopt);
+        EXPECT_EQ(options.bMachine, c.machine);
+    }
+    T_HOST_OPTIONS options;
+    T_HOST_FAILURE failure;
+    CStringA text;
+    ASSERT_EQ(Parse({"--size", "100x16384", "--screenshot", "a/b.JPG"}, options, text, failure), 1);
+    EXPECT_EQ(options.size, cv::Size(100, 16384));
+    EXPECT_EQ(options.strScreenshot, L"a/b.JPG");
+    EXPECT_FALSE(options.bGrabberGiven);
+}
+
 TEST(HostOptions, WrongUseIsRefusedInOneLine)
 {
     const struct {
         std::vector<const char*> arguments;
         const char* text;
     } cases[] = {
-        {{}, "--list-drivers or --grabber"},
-        {{"--list-drivers", "--grabber", "Dummy"}, "--list-drivers or --grabber"},
+        {{"--list-drivers", "--grabber", "Dummy"}, "--grabber does not go with --list-drivers"},
+        {{"--list-drivers", "--screenshot", "a.png"}, "--screenshot does not go with --list-drivers"},
+        {{"--frames", "3"}, "--frames needs --grabber"},
+        {{"--grabber", "Dummy", "--frames", "3", "--headless"}, "--headless does not go with --frames"},
+        {{"--grabber", "Dummy", "--save", "%d.png", "--size", "200x200"}, "--size does not go with --save"},
+        {{"--bus", "local:x", "--screenshot", "a.png"}, "--screenshot does not go with --bus"},
+        {{"--machine", "simulated", "--set", "a=1"}, "--set does not go with --machine"},
+        {{"--layout", "a.layout", "--grabber", "Dummy"}, "--grabber does not go with --layout"},
+        {{"--layout", "a.layout", "--unit", "Camera1"}, "--unit does not go with --layout"},
+        {{"--layout", ""}, "--layout"},
+        {{"--size", "640"}, "WxH"},
+        {{"--size", "640x"}, "WxH"},
+        {{"--size", "x480"}, "WxH"},
+        {{"--size", "640x480x2"}, "WxH"},
+        {{"--size", "99x480"}, "100 to 16384"},
+        {{"--size", "640x16385"}, "100 to 16384"},
+        {{"--size=-640x480"}, "100 to 16384"},
+        {{"--size", "640x99999999999"}, "WxH"},
+        {{"--screenshot", "shot.xyz"}, ".png or .jpg"},
+        {{"--screenshot", "png"}, ".png or .jpg"},
         {{"--grabber"}, "--grabber"},
         {{"--graber", "Dummy"}, "--graber"},
         {{"--grabber", "Dummy", "stray"}, "stray"},

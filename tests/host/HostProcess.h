@@ -15,10 +15,12 @@
 
 namespace alidade {
 
-/// alidade-host as a process of its own, with what it prints kept apart. It never outlives the object.
+/// alidade-host as a process of its own, with what it prints kept apart. It never outlives the object. It has
+/// no display, and a user's settings of its own.
 class CHostProcess {
 public:
-    explicit CHostProcess(std::vector<std::string> arguments)
+    /// @param environment  further variables, as "NAME=value"
+    explicit CHostProcess(std::vector<std::string> arguments, std::vector<std::string> environment = {})
     {
         arguments.insert(arguments.begin(), ALIDADE_HOST);
         std::vector<char*> argv;
@@ -26,6 +28,7 @@ public:
             argv.push_back(argument.data());
         }
         argv.push_back(nullptr);
+        environment.push_back("XDG_CONFIG_HOME=" + (m_folder / "config").string());
         const std::string out = (m_folder / "out").string();
         const std::string err = (m_folder / "err").string();
         m_process = ::fork();
@@ -35,6 +38,12 @@ public:
         if (m_process == 0) {
             ::dup2(::open(out.c_str(), O_WRONLY | O_CREAT, 0600), 1);
             ::dup2(::open(err.c_str(), O_WRONLY | O_CREAT, 0600), 2);
+            for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) {
+                ::unsetenv(name);
+            }
+            for (std::string& variable : environment) {
+                ::putenv(variable.data());
+            }
             ::execv(argv[0], argv.data());
             ::_exit(127);
         }

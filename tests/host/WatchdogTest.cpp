@@ -1,10 +1,9 @@
 #include "host/Watchdog.h"
 
 #include "foundation/platform/Ticks.h"
+#include "tests/support/WaitUntil.h"
 
-#include <chrono>
 #include <gtest/gtest.h>
-#include <thread>
 
 namespace alidade {
 namespace {
@@ -20,13 +19,10 @@ TEST(Watchdog, BarksWhenTheTimeIsOverAndOnlyThen)
     EXPECT_FALSE(expired.Wait(0)) << "the call came back in time";
     CWatchdog watchdog(1000, [&] { expired.SetEvent(); });
     // The watchdog's own thread may take its start only now: go on until it has seen the time pass.
-    bool barked = false;
-    for (int i = 0; i < 20000 && !barked; ++i) {
+    EXPECT_TRUE(WaitUntil([&] {
         ticks.Advance(1000);
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-        barked = expired.Wait(0);
-    }
-    EXPECT_TRUE(barked);
+        return expired.Wait(0);
+    }));
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "foundation/platform/Event.h"
 
 #include "foundation/platform/Ticks.h"
+#include "tests/support/WaitUntil.h"
 
 #include <atomic>
 #include <functional>
@@ -15,16 +16,6 @@ using namespace alidade;
 namespace {
 
 constexpr DWORD kLong = 60000; // a bound that only a fault reaches
-
-/// Waits with a bound until a condition on another thread's progress holds.
-bool Eventually(const std::function<bool()>& condition)
-{
-    const CDeadline deadline(kLong);
-    while (!condition() && !deadline.IsOver()) {
-        std::this_thread::yield();
-    }
-    return condition();
-}
 
 } // namespace
 
@@ -98,7 +89,7 @@ TEST(Event, EverySetLetsExactlyOneOfSeveralWaitersThrough)
     }
     for (int i = 1; i <= kWaiters; ++i) {
         event.SetEvent();
-        EXPECT_TRUE(Eventually([&] { return through == i; }));
+        EXPECT_TRUE(WaitUntil([&] { return through == i; }));
     }
     for (std::thread& waiter : waiters) {
         waiter.join();

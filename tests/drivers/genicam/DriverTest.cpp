@@ -112,7 +112,7 @@ TEST(GenICamDriver, CallsFromTheCallbackNeitherHangNorCrash)
     ASSERT_TRUE(driver.Init(Fake()));
     ASSERT_TRUE(driver->StartCapture());
     ASSERT_TRUE(driver.WaitForFrames(1));
-    EXPECT_TRUE(PollUntil([&] { return driver.Log().Count("capture stopped") == 1; })) << driver.Log().All();
+    EXPECT_TRUE(WaitUntil([&] { return driver.Log().Count("capture stopped") == 1; })) << driver.Log().All();
     EXPECT_EQ(driver.Frames(), 1u);
     EXPECT_EQ(closeResult, 0);
     EXPECT_EQ(initResult, 0);

@@ -119,18 +119,6 @@ T_GENICAM_STATISTICS CDriverUnderTest::Statistics() const
     return statistics;
 }
 
-bool PollUntil(const std::function<bool()>& condition)
-{
-    const auto end = std::chrono::steady_clock::now() + kLimit;
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() >= end) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
-}
-
 bool IsOneRamp(const cv::Mat& image)
 {
     const int first = image.at<BYTE>(0, 0);

@@ -3,6 +3,7 @@
 #include "GenICamStatistics.h"
 #include "alidade/driver/Driver.h"
 #include "foundation/config/SimpleLog.h"
+#include "tests/support/WaitUntil.h"
 
 #include <condition_variable>
 #include <functional>
@@ -69,9 +70,6 @@ private:
     std::function<void(const cv::Mat&)> m_handler;
     unsigned m_nFrames = 0;
 };
-
-/// Polls until the condition holds; false after 60 seconds.
-bool PollUntil(const std::function<bool()>& condition);
 
 /// True when all pixels are of one frame of the simulated camera: a diagonal ramp that moves by one from
 /// frame to frame.

@@ -106,7 +106,7 @@ TEST_F(NetworkCamera, AKilledCameraIsReportedOnceAndComesBackWithItsSettings)
     ASSERT_TRUE(driver.WaitForFrames(5));
 
     camera.Kill();
-    ASSERT_TRUE(PollUntil([&] { return driver.Statistics().bConnected == 0; }));
+    ASSERT_TRUE(WaitUntil([&] { return driver.Statistics().bConnected == 0; }));
     const unsigned frames = driver.Frames();
     const DWORD lastGrab = driver->m_dwLastGrab;
     EXPECT_EQ(driver->StartCapture(), 1); // it is remembered, and was on anyway
@@ -132,7 +132,7 @@ TEST_F(NetworkCamera, StartAndStopWhileTheCameraIsLostCountWhenItIsBack)
     CDriverUnderTest driver;
     ASSERT_TRUE(driver.Init(Small())) << driver.Message();
     camera.Kill();
-    ASSERT_TRUE(PollUntil([&] { return driver.Statistics().bConnected == 0; }))
+    ASSERT_TRUE(WaitUntil([&] { return driver.Statistics().bConnected == 0; }))
         << "an idle camera is watched too";
     EXPECT_TRUE(driver->StartCapture());
     EXPECT_TRUE(driver->StopCapture());
@@ -140,10 +140,10 @@ TEST_F(NetworkCamera, StartAndStopWhileTheCameraIsLostCountWhenItIsBack)
     camera.Start();
     EXPECT_TRUE(driver.WaitForFrames(3)) << driver.Log().All();
     camera.Kill();
-    ASSERT_TRUE(PollUntil([&] { return driver.Statistics().bConnected == 0; }));
+    ASSERT_TRUE(WaitUntil([&] { return driver.Statistics().bConnected == 0; }));
     EXPECT_TRUE(driver->StopCapture());
     camera.Start();
-    ASSERT_TRUE(PollUntil([&] { return driver.Statistics().nReopened == 2; })) << driver.Log().All();
+    ASSERT_TRUE(WaitUntil([&] { return driver.Statistics().nReopened == 2; })) << driver.Log().All();
     EXPECT_EQ(CFakeCamera::ReadRegister(CFakeCamera::kAcquiring), 0u);
 }
 
@@ -155,7 +155,7 @@ TEST_F(NetworkCamera, ALostCameraDoesNotHoldUpTheEnd)
     ASSERT_TRUE(driver->StartCapture());
     ASSERT_TRUE(driver.WaitForFrames(1));
     camera.Kill();
-    ASSERT_TRUE(PollUntil([&] { return driver.Statistics().bConnected == 0; }));
+    ASSERT_TRUE(WaitUntil([&] { return driver.Statistics().bConnected == 0; }));
     EXPECT_TRUE(driver->CloseFrameGrabber());
     EXPECT_FALSE(driver->StartCapture());
     EXPECT_TRUE(driver->CloseFrameGrabber());
@@ -170,7 +170,7 @@ TEST_F(NetworkCamera, DamagedFramesAreCountedAndNeverDelivered)
     ASSERT_TRUE(driver.Init({{L"GenICam.DeviceId", L"127.0.0.1"}, {L"GenICam.FrameRate", L"40"}}))
         << driver.Message();
     ASSERT_TRUE(driver->StartCapture());
-    ASSERT_TRUE(PollUntil([&] {
+    ASSERT_TRUE(WaitUntil([&] {
         const T_GENICAM_STATISTICS now = driver.Statistics();
         return now.nDelivered >= 20 && now.nIncomplete >= 20;
     })) << driver.Log().All();
@@ -207,7 +207,7 @@ TEST_F(NetworkCamera, ASlowConsumerIsAnOverrunAndNotALoss)
     driver.OnFrame([](const cv::Mat&) { Sleep(40); }); // work that takes eight frame periods
     ASSERT_TRUE(driver.Init(Small({{L"GenICam.Buffers", L"3"}, {L"GenICam.FrameRate", L"200"}})));
     ASSERT_TRUE(driver->StartCapture());
-    EXPECT_TRUE(PollUntil([&] { return driver.Statistics().nOverruns > 0; })) << driver.Log().All();
+    EXPECT_TRUE(WaitUntil([&] { return driver.Statistics().nOverruns > 0; })) << driver.Log().All();
     const T_GENICAM_STATISTICS statistics = driver.Statistics();
     EXPECT_EQ(statistics.nTimeouts, 0u);
     EXPECT_EQ(statistics.nLosses, 0u);
