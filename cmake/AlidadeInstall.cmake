@@ -11,10 +11,19 @@ install(TARGETS alidade-foundation alidade alidade-driver-sdk EXPORT AlidadeLibr
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
 # A header is included by the same path from the sources and when installed. Those left out are the libraries' own.
-install(DIRECTORY foundation acquisition DESTINATION ${header_dir}
+install(DIRECTORY foundation acquisition widgets stage layout view DESTINATION ${header_dir}
   FILES_MATCHING PATTERN "*.h"
   PATTERN "include" EXCLUDE
   REGEX "/config/(Ini[A-Z].*|ProfileNumber)\\.h$" EXCLUDE
+  REGEX "/bus/engine/" EXCLUDE
+  REGEX "/bus/data/(Block|Mirror).*\\.h$" EXCLUDE
+  REGEX "/bus/wire/(RawBlock|NumberText)\\.h$" EXCLUDE
+  REGEX "/bus/transport/(Local|Nats|Peer|Request|TransportCore|TransportMessage).*\\.h$" EXCLUDE
+  PATTERN "LastError.h" EXCLUDE
+  PATTERN "StageCommand.h" EXCLUDE
+  PATTERN "LayoutWalk.h" EXCLUDE
+  REGEX "/menubar/(BarButton|BarColors|StatusLabel|ZoomBox)\\.h$" EXCLUDE
+  REGEX "/widgets/PropertyGrid(Tree|Delegate)\\.h$" EXCLUDE
   PATTERN "DriverGuard.h" EXCLUDE
   PATTERN "FrameGrabberDummy.h" EXCLUDE)
 install(DIRECTORY acquisition/include/alidade/ DESTINATION ${header_dir})

@@ -37,7 +37,7 @@ else()
 endif()
 
 if(ALIDADE_SANITIZE)
-  add_compile_options(-fsanitize=${ALIDADE_SANITIZE} -fno-omit-frame-pointer -g)
+  add_compile_options(-fsanitize=${ALIDADE_SANITIZE} -fno-omit-frame-pointer -g1)
   add_link_options(-fsanitize=${ALIDADE_SANITIZE})
   if(ALIDADE_SANITIZE MATCHES "undefined")
     add_compile_options(-fno-sanitize-recover=undefined)

@@ -18,6 +18,29 @@ build() {
   fi
 }
 
+# run_tests PRESET [ctest argument ...]: runs the tests. Up to three that fail get a second go, alone, since the
+# end-to-end tests meet real clocks on machines that do other things too; they are named. What a sanitizer found
+# gets none.
+run_tests() {
+  local preset=$1 failed=$root/build/$1/Testing/Temporary/LastTestsFailed.log
+  local log=$root/build/$1-tests.log
+  rm -f "$failed"
+  if (cd "$root" && ctest --preset "$@" --output-on-failure) 2>&1 | tee "$log"; then
+    return 0
+  fi
+  if [ ! -s "$failed" ] || [ "$(wc -l <"$failed")" -gt 3 ] ||
+    grep -qE 'Sanitizer|: runtime error: ' "$log"; then
+    return 1
+  fi
+  local names
+  names=$(cut -d: -f2- "$failed")
+  echo "a second go for:"
+  echo "$names"
+  (cd "$root" && ctest --preset "$preset" --rerun-failed --output-on-failure) || return 1
+  echo "UNSTEADY, passed at the second go only:"
+  echo "$names"
+}
+
 # samples: sees that the real pictures of the distribution's opencv-doc lie in build/samples and prints the
 # folder; prints nothing when they cannot be had. The package is unpacked, not installed.
 samples() {

@@ -4,9 +4,10 @@ set -euo pipefail
 
 build=(g++ cmake ninja-build ccache pkg-config)
 libraries=(libopencv-dev libaravis-dev libusb-1.0-0-dev libserialport-dev libspdlog-dev libfmt-dev
-  libsimpleini-dev nlohmann-json3-dev libcli11-dev)
-tests=(libgtest-dev googletest aravis-tools)
+  libsimpleini-dev nlohmann-json3-dev libcli11-dev qt6-base-dev libboost-dev libnats-dev)
+tests=(libgtest-dev googletest aravis-tools nats-server)
 analysis=(clang libclang-rt-14-dev)                            # the short fuzz
+fonts=(fonts-nanum)                                           # Korean texts of the settings dialogs
 windows=(g++-mingw-w64-x86-64-posix wine64)                    # scripts/test-windows.sh
 
 if ! command -v apt-get >/dev/null; then
@@ -15,7 +16,7 @@ if ! command -v apt-get >/dev/null; then
 fi
 
 missing=()
-for package in "${build[@]}" "${libraries[@]}" "${tests[@]}" "${analysis[@]}" "${windows[@]}"; do
+for package in "${build[@]}" "${libraries[@]}" "${tests[@]}" "${fonts[@]}" "${analysis[@]}" "${windows[@]}"; do
   if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
     missing+=("$package")
   fi

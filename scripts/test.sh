@@ -7,5 +7,4 @@ source "$(dirname "$0")/common.sh"
 pictures=$(samples || true)
 [ -n "$pictures" ] || echo "test: the sample pictures cannot be had; tests that need them are skipped"
 build release
-cd "$root"
-exec ctest --preset release -j "$cores" "$@"
+run_tests release -j "$cores" "$@"
