@@ -42,7 +42,7 @@ double MeasureOnce(const std::function<void()>& operation, int times)
     return static_cast<double>(GetTickNanoseconds() - start) / 1000.0 / times;
 }
 
-void CSuite::Compare(const std::string& name, double target, const std::function<void()>& ours,
+void CSuite::Compare(const std::string& name, std::optional<double> target, const std::function<void()>& ours,
                      const std::function<void()>& bare)
 {
     if (!IsWanted(name)) {
@@ -70,7 +70,12 @@ void CSuite::Compare(const std::string& name, double target, const std::function
         bareTimes.push_back(b);
         ratios.push_back(a / b);
     }
-    Add({name, Median(oursTimes), Median(bareTimes), Median(ratios), target, false});
+    Add({.name = name,
+         .ours = Median(oursTimes),
+         .bare = Median(bareTimes),
+         .ratio = Median(ratios),
+         .target = target.value_or(0),
+         .isStated = !target});
 }
 
 void CSuite::Add(const T_ROW& row)

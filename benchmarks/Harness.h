@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,7 +29,8 @@ public:
 
     /// Runs the two operations in turn, some hundred milliseconds in all, and enters the medians of the
     /// times and of the ratios pair by pair, so that a machine whose speed drifts gives the same ratio.
-    void Compare(const std::string& name, double target, const std::function<void()>& ours,
+    /// @param target  the ratio's upper limit; none: it is only stated
+    void Compare(const std::string& name, std::optional<double> target, const std::function<void()>& ours,
                  const std::function<void()>& bare);
     /// Enters a row that was measured elsewhere.
     void Add(const T_ROW& row);

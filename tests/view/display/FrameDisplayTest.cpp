@@ -267,8 +267,7 @@ TEST_F(FrameDisplay, AFreezeRightAfterAFrameIsNotLost)
     m_display.SetVisible(false);
     SetStatic(10);
     m_display.SetVisible(true);
-    ASSERT_TRUE(PassUntilShown(6));
-    EXPECT_EQ(GetShownValue(), 10);
+    EXPECT_TRUE(WaitUntil([&] { return m_ticks.Advance(1), GetShownValue() == 10; }));
 }
 
 TEST_F(FrameDisplay, IsStartedAndStoppedAnyNumberOfTimes)
