@@ -147,8 +147,7 @@ void CFrameGrabberDummy::Run()
     DWORD last = GetTickCount();
     while (!m_bStop) {
         const DWORD period = FramePeriod();
-        const DWORD elapsed = GetTickCount() - last;
-        if (elapsed <= period && m_evtStop.Wait(period - elapsed)) {
+        if (GetTickCount() - last <= period && m_evtStop.Wait(CDeadline(last, period))) {
             break;
         }
         last = GetTickCount();

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <memory>
 #include <new>
+#include <set>
 #include <type_traits>
 #include <vector>
 
@@ -29,7 +30,6 @@ using Record = CFrameGrabber::T_FRAME_GRABBER_DATA;
 
 constexpr const wchar_t* kPluginPattern = L"FG.*.zbr.64R.dll";
 constexpr const char* kBuiltInName = "Dummy";
-constexpr int kMostDepth = 64; // of sub-folders: a link that leads back ends here
 
 /// The drivers known to the process.
 TList<Record, int, int>& Records()
@@ -139,14 +139,19 @@ std::vector<fs::path> SortedEntries(const fs::path& folder)
     return entries;
 }
 
-bool ScanFolder(const fs::path& folder, const wchar_t* pattern, int depth)
+/// @param visited  the folders of this scan, without links: one that leads back to them is not followed
+bool ScanFolder(const fs::path& folder, const wchar_t* pattern, std::set<fs::path>& visited)
 {
+    std::error_code unknown;
+    if (!visited.insert(fs::weakly_canonical(folder, unknown)).second) {
+        return true;
+    }
     // What a plug-in needs beside it is found while its folder is the current one.
     const CPushDirectory current(FromPath(folder).c_str());
     for (const fs::path& path : SortedEntries(folder)) {
         std::error_code failed;
         if (fs::is_directory(path, failed)) {
-            if (depth < kMostDepth && !ScanFolder(path, pattern, depth + 1)) {
+            if (!ScanFolder(path, pattern, visited)) {
                 return false;
             }
             continue;
@@ -218,8 +223,9 @@ int CFrameGrabber::LoadFrameGrabberDll(const wchar_t* folder, const wchar_t* pat
     }
     const fs::path path = fs::weakly_canonical(ToPath(text), failed);
     CS lock(Records().GetLock());
+    std::set<fs::path> visited;
     const bool scanned = text.empty() || failed || !fs::is_directory(path, failed) ||
-                         ScanFolder(path, pattern != nullptr ? pattern : kPluginPattern, 0);
+                         ScanFolder(path, pattern != nullptr ? pattern : kPluginPattern, visited);
     return EnsureBuiltIn() && scanned;
 }
 

@@ -86,7 +86,11 @@ int CFrameGrabber::PopImageBuffer(TRefPointer<T_IMAGE_BUFFER, int, int>& buffer)
 int CFrameGrabber::ReturnImageBuffer(TList<T_IMAGE_BUFFER, int, int>& buffers)
 {
     while (TListNode<T_IMAGE_BUFFER*>* node = buffers.RemoveNode()) {
-        m_freeBuffers.InsertNode(node);
+        if (node->item != nullptr) {
+            m_freeBuffers.InsertNode(node);
+        } else {
+            delete node;
+        }
     }
     return 1;
 }

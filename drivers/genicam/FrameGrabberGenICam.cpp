@@ -109,6 +109,7 @@ int CFrameGrabberGenICam::StartCapture()
     }
     CloseGate();
     m_bWanted = false;
+    ++m_nRequested; // a camera that starts after all is stopped again
     return 0;
 }
 

@@ -74,13 +74,13 @@ int CFrameGrabberReplay::CloseFrameGrabber()
 {
     CS lock(&m_openLock);
     m_bOpen = false;
-    m_bCapture = false;
     if (m_thread.joinable()) {
         m_evtStop.SetEvent();
         m_thread.join();
         m_evtStop.ResetEvent();
         m_pPlayer->ReportCounters(L"closed");
     }
+    m_bCapture = false; // not before, or the thread might report that it was stopped
     m_pPlayer.reset();
     return 1;
 }
@@ -126,9 +126,10 @@ void CFrameGrabberReplay::Run()
         if (!m_bReady && !FetchNext()) {
             continue;
         }
-        const DWORD remaining = pacer.Remaining(GetTickCount());
+        const DWORD now = GetTickCount();
+        const DWORD remaining = pacer.Remaining(now);
         if (remaining > 0) {
-            CEvent::WaitForAny({&m_evtStop, &m_evtWake}, remaining);
+            CEvent::WaitForAny({&m_evtStop, &m_evtWake}, CDeadline(now, remaining));
             continue;
         }
         if (Deliver()) {

@@ -152,9 +152,10 @@ void CFrameGrabberScene::Run()
 {
     NameThisThread("FG.Scene");
     while (!IsStopped()) {
+        const DWORD now = GetTickCount();
         DWORD wait = 0;
         try {
-            wait = Step(GetTickCount());
+            wait = Step(now);
         } catch (...) {
             wait = kFailurePauseMs; // this frame is lost; the camera goes on
             if (m_counters.nFailed++ == 0) {
@@ -162,7 +163,7 @@ void CFrameGrabberScene::Run()
             }
         }
         if (wait > 0) {
-            CEvent::WaitForAny({&m_evtStop, &m_evtWake}, wait);
+            CEvent::WaitForAny({&m_evtStop, &m_evtWake}, CDeadline(now, wait));
         }
     }
 }

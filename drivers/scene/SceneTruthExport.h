@@ -9,9 +9,8 @@ namespace alidade {
 ///
 /// @param driver  of this plug-in
 /// @param tick    0: all that does not depend on the moment, with all marks, as in the truth file. The tick
-/// of
-///                a delivered frame (m_dwLastGrab): what that frame shows, with the marks in it; the latest
-///                256 frames are remembered
+///                of a delivered frame (m_dwLastGrab): what that frame shows, with the marks in it; the
+///                latest 256 frames are remembered
 /// @param text    receives the text with a terminator if it fits, else an empty text; may be null
 /// @param size    bytes in `text`
 /// @return bytes that the text needs with its terminator; 0 for a driver that is not of this plug-in or not

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "foundation/Export.h"
-#include "foundation/platform/Types.h"
+#include "foundation/platform/Ticks.h"
 
 #include <initializer_list>
 #include <span>
@@ -26,17 +26,27 @@ public:
 
     /// Waits for up to `ms` milliseconds of GetTickCount (INFINITE: for ever).
     /// @return true when the event was set; an auto-reset event is clear then
-    bool Wait(DWORD ms);
+    bool Wait(DWORD ms) { return Wait(CDeadline(ms)); }
+    /// The same until a moment that was worked out before: what the caller is held up by does not add to it.
+    bool Wait(const CDeadline& deadline) { return WaitForAny({this}, deadline) == 0; }
 
     /// Waits until one of the events is set.
     /// @param events  1 to 64 different events
-    /// @return the index of the first one set, in the order given, or -1 after `ms`. Only that one is
+    /// @return the index of the first one set, in the order given, or -1 at the deadline. Only that one is
     ///         cleared, if it is of the auto-reset kind
     /// @throws std::invalid_argument for no events or too many
-    static int WaitForAny(std::span<CEvent* const> events, DWORD ms);
+    static int WaitForAny(std::span<CEvent* const> events, const CDeadline& deadline);
+    static int WaitForAny(std::span<CEvent* const> events, DWORD ms)
+    {
+        return WaitForAny(events, CDeadline(ms));
+    }
+    static int WaitForAny(std::initializer_list<CEvent*> events, const CDeadline& deadline)
+    {
+        return WaitForAny(std::span<CEvent* const>(events.begin(), events.size()), deadline);
+    }
     static int WaitForAny(std::initializer_list<CEvent*> events, DWORD ms)
     {
-        return WaitForAny(std::span<CEvent* const>(events.begin(), events.size()), ms);
+        return WaitForAny(events, CDeadline(ms));
     }
 
 private:

@@ -58,12 +58,7 @@ int CEvent::ResetEvent()
     return Take(static_cast<int>(m_handle)) || errno == EAGAIN;
 }
 
-bool CEvent::Wait(DWORD ms)
-{
-    return WaitForAny({this}, ms) == 0;
-}
-
-int CEvent::WaitForAny(std::span<CEvent* const> events, DWORD ms)
+int CEvent::WaitForAny(std::span<CEvent* const> events, const CDeadline& deadline)
 {
     if (events.empty() || events.size() > kMostEvents) {
         throw std::invalid_argument("CEvent::WaitForAny takes 1 to 64 events");
@@ -72,7 +67,6 @@ int CEvent::WaitForAny(std::span<CEvent* const> events, DWORD ms)
     for (std::size_t i = 0; i < events.size(); ++i) {
         fds[i] = {static_cast<int>(events[i]->m_handle), POLLIN, 0};
     }
-    const CDeadline deadline(ms);
     for (;;) {
         const DWORD remaining = deadline.Remaining();
         const int ready = ::poll(fds.data(), static_cast<nfds_t>(events.size()), PollStep(remaining));

@@ -45,12 +45,7 @@ int CEvent::ResetEvent()
     return ::ResetEvent(Handle(m_handle)) != 0;
 }
 
-bool CEvent::Wait(DWORD ms)
-{
-    return WaitForAny({this}, ms) == 0;
-}
-
-int CEvent::WaitForAny(std::span<CEvent* const> events, DWORD ms)
+int CEvent::WaitForAny(std::span<CEvent* const> events, const CDeadline& deadline)
 {
     static_assert(MAXIMUM_WAIT_OBJECTS >= kMostEvents);
     if (events.empty() || events.size() > kMostEvents) {
@@ -59,7 +54,6 @@ int CEvent::WaitForAny(std::span<CEvent* const> events, DWORD ms)
     std::array<HANDLE, kMostEvents> handles;
     std::transform(events.begin(), events.end(), handles.begin(),
                    [](const CEvent* event) { return Handle(event->m_handle); });
-    const CDeadline deadline(ms);
     for (;;) {
         const DWORD remaining = deadline.Remaining();
         // Short steps while a manual clock decides.

@@ -54,8 +54,10 @@ int MakePrivateFolder(const std::filesystem::path& folder, CString& error)
 {
     std::error_code failed;
     std::filesystem::create_directory(folder, failed);
-    if (!std::filesystem::is_directory(folder, failed)) {
-        error = Describe(L"Cannot make the folder", folder, SystemErrorText(failed.value()));
+    std::error_code ignored;
+    if (!std::filesystem::is_directory(folder, ignored)) {
+        error = failed ? Describe(L"Cannot make the folder", folder, ToWide(failed.message()))
+                       : Describe(L"Cannot use", folder, L"it is not a folder");
         return 0;
     }
     return 1;

@@ -25,7 +25,8 @@ constexpr bool IsTimedout(DWORD start, DWORD duration, DWORD now)
 /// The end of a wait: a start tick and a duration. Reentrant.
 class CDeadline {
 public:
-    explicit CDeadline(DWORD ms) : m_dwStart(GetTickCount()), m_dwDuration(ms) {}
+    explicit CDeadline(DWORD ms) : CDeadline(GetTickCount(), ms) {}
+    CDeadline(DWORD start, DWORD ms) : m_dwStart(start), m_dwDuration(ms) {}
     /// Milliseconds left, 0 when over, INFINITE when there is no limit.
     DWORD Remaining() const
     {

@@ -1,6 +1,7 @@
 #include "acquisition/FrameGrabberDummy.h"
 
 #include "foundation/platform/Event.h"
+#include "tests/support/WaitUntil.h"
 
 #include <gtest/gtest.h>
 #include <thread>
@@ -175,14 +176,46 @@ TEST(Dummy, MarkerPointsUpInTheTopLeftCorner)
 
 TEST(Dummy, PauseStopsTheTickAndContinuesThePattern)
 {
-    CDummyRun run({{L"Dummy.resolution", L"204x300"}, {L"Dummy.FrameRate", L"100"}});
-    EXPECT_EQ(run.m_driver.m_dwLastGrab, 0u);
-    run.Frames(2);
-    const DWORD tick = run.m_driver.m_dwLastGrab;
-    const cv::Mat frame = run.Frames(1)[0];
-    EXPECT_GE(static_cast<int>(run.m_driver.m_dwLastGrab - tick), 0);
-    // The pattern stands on its third row or, if one was painted on the way into the pause, its fourth.
-    EXPECT_EQ(frame.at<cv::Vec3b>(1, 203)[2] != 0, true);
+    /// Stops capture with each frame, so that none comes unasked however the clock runs on.
+    struct CPausing {
+        CFrameGrabberDummy driver;
+        std::atomic<int> frames{0};
+        cv::Vec3b pixel;
+        static int OnImage(void* argument)
+        {
+            auto* run = static_cast<CPausing*>(argument);
+            run->driver.StopCapture();
+            run->pixel = run->driver.m_image.at<cv::Vec3b>(60, 203);
+            ++run->frames;
+            return 1;
+        }
+    } run;
+    CManualTicks ticks;
+    run.driver.SetNewImageCallback(CPausing::OnImage, &run);
+    CProfileSection settings;
+    settings.SetItemValue(L"Dummy.resolution", L"204x300");
+    settings.SetItemValue(L"Dummy.FrameRate", L"10");
+    CString message;
+    run.driver.InitFrameGrabber(settings, message);
+    EXPECT_EQ(run.driver.m_dwLastGrab, 0u);
+    DWORD tick = 0;
+    for (int frame = 0; frame < 3; ++frame) {
+        for (int i = 0; i < 20; ++i) {
+            ticks.Advance(100);
+            std::this_thread::yield();
+        }
+        EXPECT_EQ(run.frames, frame);
+        EXPECT_EQ(run.driver.m_dwLastGrab, tick);
+        run.driver.StartCapture();
+        ASSERT_TRUE(WaitUntil([&] {
+            ticks.Advance(100);
+            return run.frames > frame;
+        }));
+        tick = run.driver.m_dwLastGrab;
+        // Bands of 100 rows that move by 10 from frame to frame.
+        EXPECT_EQ(run.pixel, cv::Vec3b(static_cast<uchar>((60 - 10 * frame) * 255 / 100), 0, 0)) << frame;
+    }
+    run.driver.CloseFrameGrabber();
 }
 
 TEST(Dummy, CanBeOpenedAgainClosedTwiceAndStartedClosed)

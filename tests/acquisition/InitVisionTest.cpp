@@ -3,6 +3,8 @@
 #include "acquisition/FrameGrabber.h"
 #include "foundation/bus/IPClient.h"
 #include "foundation/platform/Text.h"
+#include "foundation/utility/Path.h"
+#include "tests/support/TempFolder.h"
 
 #include <filesystem>
 #include <gtest/gtest.h>
@@ -12,14 +14,24 @@ namespace {
 
 TEST(InitVision, RemembersNothingWithoutAClientButLoadsThePlugins)
 {
+    namespace fs = std::filesystem;
     CFrameGrabber::UnloadFrameGrabberDll();
     CSimpleLog log;
-    const CString folder = FromPath(std::filesystem::path(TEST_PLUGINS) / "good");
-    EXPECT_EQ(InitVision(nullptr, nullptr, &log, folder.c_str()), 0);
-    EXPECT_EQ(GetVisionLog(), nullptr);
+    CSimpleLog* const before = GetVisionLog();
+    const CString folder = FromPath(fs::path(TEST_PLUGINS) / "good");
+    const CTempFolder current;
+    fs::copy(fs::path(TEST_PLUGINS) / "dummy", current / "FG");
+    {
+        const CPushDirectory pushed(FromPath(current.Path()).c_str());
+        EXPECT_EQ(InitVision(nullptr, nullptr, &log, folder.c_str()), 0);
+    }
+    EXPECT_EQ(GetVisionLog(), before);
     TList<CString, int, int> names;
     CFrameGrabber::GetFrameGrabberList(names);
     EXPECT_EQ(names.Count(), 7);
+    CString message;
+    EXPECT_TRUE(CFrameGrabber::GetFrameGrabber(L"Dummy", CProfileSection(), message));
+    EXPECT_EQ(message, L"ready") << "the plug-in of the current folder's FG comes first";
     CFrameGrabber::UnloadFrameGrabberDll();
 }
 

@@ -2,6 +2,7 @@
 
 #include "acquisition/FrameGrabberDummy.h"
 #include "foundation/platform/Text.h"
+#include "tests/support/TempFolder.h"
 
 #include <filesystem>
 #include <fstream>
@@ -65,6 +66,24 @@ TEST_F(PluginScan, PassesOverWhatIsNoPluginAndGoesOn)
     fs::create_directories(folder / "FG.Folder.zbr.64R.dll");
     EXPECT_EQ(CFrameGrabber::LoadFrameGrabberDll(FromPath(folder).c_str(), nullptr), 1);
     EXPECT_EQ(Names(), ::alidade::Names{L"Dummy"});
+}
+
+TEST_F(PluginScan, FollowsLinksThatLeadBackOnlyOnceAndGoesToAnyDepth)
+{
+    const CTempFolder folder;
+    fs::path deep = folder.Path();
+    for (int level = 0; level < 70; ++level) {
+        deep /= "d";
+    }
+    fs::create_directories(deep);
+    fs::copy_file(fs::path(TEST_PLUGINS) / "dummy/FG.OwnDummy.zbr.64R.dll", deep / "FG.OwnDummy.zbr.64R.dll");
+    for (const char* link : {"a", "b"}) {
+        fs::create_directory_symlink(folder.Path(), folder / link);
+    }
+    EXPECT_EQ(CFrameGrabber::LoadFrameGrabberDll(FromPath(folder.Path()).c_str(), nullptr), 1);
+    CString message;
+    EXPECT_TRUE(CFrameGrabber::GetFrameGrabber(L"Dummy", CProfileSection(), message));
+    EXPECT_EQ(message, L"ready");
 }
 
 TEST_F(PluginScan, PatternReplacesTheDefaultForTheFolderAndBelow)

@@ -100,6 +100,19 @@ TEST_F(SerialGrab, PoppingNothingLeavesAListAndEmptiesAHandle)
     EXPECT_EQ(Access::CountFree(*m_grabber), 0);
 }
 
+TEST_F(SerialGrab, NullItemOfAReturnedListDoesNotReachTheDriver)
+{
+    Deliver(0);
+    m_grabber->StartSerialGrab(0);
+    TList<Buffer, int, int> buffers;
+    buffers.Insert(nullptr);
+    buffers.Insert(new Buffer);
+    EXPECT_EQ(m_grabber->ReturnImageBuffer(buffers), 1);
+    EXPECT_EQ(buffers.Count(), 0);
+    Deliver(1);
+    EXPECT_EQ(PopValues(), std::vector<int>{1});
+}
+
 TEST_F(SerialGrab, ReturnedHandleGivesTheBufferBackWhileACopyStillReachesIt)
 {
     Deliver(0);

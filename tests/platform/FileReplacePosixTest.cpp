@@ -2,11 +2,9 @@
 
 #include "tests/support/TempFolder.h"
 
-#include <csignal>
 #include <functional>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,7 +16,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// Runs `body` in a child process, whose limits and rights may be cut down; gives what it returned.
+/// Runs `body` in a child process, whose rights may be cut down; gives what it returned.
 int InChild(const std::function<int()>& body)
 {
     const pid_t child = ::fork();
@@ -43,23 +41,6 @@ std::ptrdiff_t CountEntries(const fs::path& folder)
 }
 
 } // namespace
-
-TEST(FileReplacePosix, AFullDiskLeavesTheOldFileAndNothingElse)
-{
-    CTempFolder folder;
-    folder.Write("settings.ini", "old");
-    const int result = InChild([&] {
-        ::signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit{4096, 4096};
-        ::setrlimit(RLIMIT_FSIZE, &limit);
-        CString error;
-        const int saved = ReplaceFileWith(folder / "settings.ini", std::string(100000, 'x'), &error);
-        return saved == 0 && !error.empty() ? 0 : 1;
-    });
-    EXPECT_EQ(result, 0);
-    EXPECT_EQ(folder.Read("settings.ini"), "old");
-    EXPECT_EQ(CountEntries(folder.Path()), 1);
-}
 
 TEST(FileReplacePosix, AFileThatMayNotBeWrittenStays)
 {

@@ -48,6 +48,15 @@ void CCheckContext::DestroyOthers()
     }
 }
 
+void CCheckContext::RunClient(std::function<void()> client)
+{
+    try {
+        runner.Run("a client", std::move(client));
+    } catch (const CCheckStalled&) {
+        throw CCheckStalled("a client did not get the image lock within " + runner.GetDeadlineText());
+    }
+}
+
 DWORD CCheckContext::GetSilence() const
 {
     if (records.size() < 2) {

@@ -22,6 +22,10 @@ public:
     /// Destroys the drivers that MakeDriver made.
     void DestroyOthers();
 
+    /// Runs a client of the image lock on the runner's thread: its wait for the lock cannot be ended from
+    /// outside. What it refers to must outlive a stall.
+    void RunClient(std::function<void()> client);
+
     /// The check failed, or was not run because of another that did.
     bool HasFailed(const std::string& check) const { return m_failed.count(check) != 0; }
     void SetFailed(const std::string& check) { m_failed.insert(check); }

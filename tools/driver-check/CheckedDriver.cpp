@@ -9,7 +9,13 @@ namespace alidade {
 CCheckedDriver::CCheckedDriver(IFrameGrabberInterface* driver, CDeadlineRunner& runner)
     : m_pDriver(driver), m_runner(runner), m_probe(CFrameProbe::Make())
 {
-    m_probe.Attach(*driver);
+    m_runner.Run("SetNewImageCallback", [&probe = m_probe, driver] { probe.Attach(*driver); });
+}
+
+void CCheckedDriver::DropCallback()
+{
+    m_runner.Run("SetNewImageCallback",
+                 [driver = m_pDriver] { driver->SetNewImageCallback(nullptr, nullptr); });
 }
 
 int CCheckedDriver::Call(const char* what, int (IFrameGrabberInterface::*operation)())

@@ -11,6 +11,7 @@ namespace alidade {
 /// CCheckFailed or CCheckStalled as the runner does. Bound to the runner's owner.
 class CCheckedDriver {
 public:
+    /// Sets the callback that counts frames.
     /// @param driver  owned from now on
     CCheckedDriver(IFrameGrabberInterface* driver, CDeadlineRunner& runner);
     /// Destroy must have been called, unless the runner has stalled: the object is given up then.
@@ -21,6 +22,8 @@ public:
     int Start() { return Call("StartCapture", &IFrameGrabberInterface::StartCapture); }
     int Stop() { return Call("StopCapture", &IFrameGrabberInterface::StopCapture); }
     int Close() { return Call("CloseFrameGrabber", &IFrameGrabberInterface::CloseFrameGrabber); }
+    /// From now on the driver has no callback.
+    void DropCallback();
     /// Deletes the object; it must not be used any more.
     void Destroy();
 

@@ -26,16 +26,6 @@ std::int32_t TicksFrom(DWORD earlier, DWORD later)
     return static_cast<std::int32_t>(later - earlier);
 }
 
-/// A client of the image lock, on the runner's thread: its wait for the lock cannot be ended from outside.
-void RunClient(CCheckContext& context, std::function<void()> client)
-{
-    try {
-        context.runner.Run("a client", std::move(client));
-    } catch (const CCheckStalled&) {
-        throw CCheckStalled("a client did not get the image lock within " + context.runner.GetDeadlineText());
-    }
-}
-
 } // namespace
 
 void CheckFrames(CCheckContext& context)
@@ -153,8 +143,8 @@ void CheckSteadyImage(CCheckContext& context)
 void CheckGreedyClient(CCheckContext& context)
 {
     auto arrived = std::make_shared<int>(0);
-    RunClient(context, [&driver = context.Main().Get(), &frames = context.Main().Frames(), arrived,
-                        deadline = CDeadline(context.options.dwDeadline / 2)] {
+    context.RunClient([&driver = context.Main().Get(), &frames = context.Main().Frames(), arrived,
+                       deadline = CDeadline(context.options.dwDeadline / 2)] {
         const int before = frames.GetCount();
         for (int round = 0; round < kGreedyRounds || (*arrived < kFramesUnderLoad && !deadline.IsOver());
              ++round) {
@@ -169,8 +159,8 @@ void CheckSlowClient(CCheckContext& context)
 {
     CCheckedDriver& driver = context.Main();
     auto overtaken = std::make_shared<bool>(false);
-    RunClient(context, [&lock = driver.Get().m_imageLock, &frames = driver.Frames(), overtaken,
-                        silence = context.GetSilence()] {
+    context.RunClient([&lock = driver.Get().m_imageLock, &frames = driver.Frames(), overtaken,
+                       silence = context.GetSilence()] {
         CS hold(&lock);
         *overtaken = frames.WaitForMore(frames.GetCount(), silence);
     });

@@ -129,18 +129,20 @@ void CheckDestroyCapturing(CCheckContext& context)
 void CheckNullCallback(CCheckContext& context)
 {
     CCheckedDriver& driver = context.MakeDriver();
-    driver.Get().SetNewImageCallback(nullptr, nullptr);
+    driver.DropCallback();
     driver.Open(context.settings);
     driver.StartFlow();
     const CDeadline deadline(context.options.dwDeadline);
     const DWORD first = driver.GetLastGrab();
-    bool arrived = false;
-    while (!arrived && !deadline.IsOver()) {
+    auto arrived = std::make_shared<bool>(false);
+    while (!*arrived && !deadline.IsOver()) {
         Sleep(1); // without a callback there is nothing to wait for
-        CS hold(&driver.Get().m_imageLock);
-        arrived = driver.GetLastGrab() != first && !driver.Get().m_image.empty();
+        context.RunClient([&object = driver.Get(), first, arrived] {
+            CS hold(&object.m_imageLock);
+            *arrived = object.m_dwLastGrab != first && !object.m_image.empty();
+        });
     }
-    Expect(arrived, "no frame came within " + context.runner.GetDeadlineText() + " without a callback");
+    Expect(*arrived, "no frame came within " + context.runner.GetDeadlineText() + " without a callback");
     Expect(driver.Stop() == 1 && driver.Close() == 1, "the driver could not be closed");
 }
 

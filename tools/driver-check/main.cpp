@@ -163,5 +163,8 @@ int main(int argc, char* argv[])
         return Complain("name a plug-in file, or Dummy; --help tells more");
     }
     arguments.options.dwDeadline = static_cast<DWORD>(arguments.dDeadline * 1000.0 + 0.5);
+    if (arguments.options.dwWatch >= arguments.options.dwDeadline) {
+        return Complain("--watch must be shorter than --deadline");
+    }
     return Check(arguments);
 }

@@ -6,6 +6,7 @@
 #include "view/transforms/ViewTransforms.h"
 
 #include <exception>
+#include <optional>
 #include <system_error>
 
 namespace alidade {
@@ -16,13 +17,6 @@ constexpr DWORD kFrozenInterval = 200; // ms after which a picture that stands s
 constexpr DWORD kFetchTime = 3000;     // ms to wait for a camera whose frames have stopped
 
 constexpr auto relaxed = std::memory_order_relaxed;
-
-/// 0 when it is past; ticks wrap.
-DWORD TimeUntil(DWORD tick)
-{
-    const DWORD left = tick - GetTickCount();
-    return left <= kFrozenInterval ? left : 0;
-}
 
 } // namespace
 
@@ -139,16 +133,15 @@ void CFrameDisplay::Run(DWORD start)
     cv::Mat frame; // the grabber's copy, written again each round
     frame.allocator = GetFrameAllocator();
     DWORD last = start;
-    bool isPlanned = false; // a round that needs no event,
-    DWORD next = 0;         // and its tick
+    std::optional<CDeadline> planned; // a round that needs no event
     for (;;) {
         const int event = CEvent::WaitForAny({&m_evtStop, m_pFrameArrived.Get(), &m_evtRedraw},
-                                             isPlanned ? TimeUntil(next) : INFINITE);
+                                             planned.value_or(CDeadline(INFINITE)));
         if (event == STOP) {
             return;
         }
         if (!IsShown()) {
-            isPlanned = false; // being shown asks for a round
+            planned.reset(); // being shown asks for a round
             if (event == FRAME) {
                 Count(&T_COUNTS::skipped);
             }
@@ -156,20 +149,18 @@ void CFrameDisplay::Run(DWORD start)
         }
         if (GetTickCount() - last < kLeastInterval) {
             if (event == FRAME) {
-                Count(isPlanned ? &T_COUNTS::skipped : &T_COUNTS::deferred);
+                Count(planned ? &T_COUNTS::skipped : &T_COUNTS::deferred);
             }
-            isPlanned = true;
-            next = last + kLeastInterval;
+            planned.emplace(last, kLeastInterval);
             continue;
         }
         // From slot to slot, so that a camera of this very rate loses no frame to its jitter.
         last = GetTickCount() - last < 2 * kLeastInterval ? last + kLeastInterval : GetTickCount();
-        isPlanned = false;
+        planned.reset();
         m_evtRedraw.ResetEvent(); // this round does for what was asked for until now
         try {
             if (ShowFrame(frame) && !m_pGrabber->IsLive()) {
-                isPlanned = true;
-                next = GetTickCount() + kFrozenInterval;
+                planned.emplace(kFrozenInterval);
             }
         } catch (const std::exception&) {
             Count(&T_COUNTS::refused);

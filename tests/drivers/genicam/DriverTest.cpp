@@ -1,7 +1,6 @@
 // The plug-in with the camera that Aravis simulates inside the process: no network, no hardware.
 
 #include "DriverUnderTest.h"
-#include "GenICamSettings.h"
 #include "foundation/platform/Text.h"
 
 #include <atomic>
@@ -23,26 +22,6 @@ Settings Fake(Settings more = {})
     return more;
 }
 
-TEST(GenICamDriver, ExportsItsNameAndOnePropertyForEachSetting)
-{
-    char name[64] = "";
-    reinterpret_cast<GetFrameGrabberNameFunction>(CDriverUnderTest::Symbol("GetFrameGrabberName"))(
-        name, sizeof name);
-    EXPECT_STREQ(name, "GenICam");
-    TList<CMFCPropertyGridProperty, int, int> properties;
-    TList<CString, int, int> cameras;
-    reinterpret_cast<GetFrameGrabberPropertiesFunction>(
-        CDriverUnderTest::Symbol("GetFrameGrabberProperties"))(properties, cameras);
-    std::size_t count = 0;
-    for (const CMFCPropertyGridProperty* property : properties) {
-        ASSERT_LT(count, GetGenICamSettingTable().size());
-        EXPECT_EQ(property->GetName(), GetGenICamSettingTable()[count].key);
-        EXPECT_FALSE(property->GetDescription().empty());
-        ++count;
-    }
-    EXPECT_EQ(count, GetGenICamSettingTable().size());
-}
-
 TEST(GenICamDriver, DeliversWholeFramesIntoTheSameMemory)
 {
     std::atomic<unsigned> wrong{0};
@@ -53,7 +32,8 @@ TEST(GenICamDriver, DeliversWholeFramesIntoTheSameMemory)
         wrong += image.size() == cv::Size(64, 48) && image.type() == CV_8UC1 && IsOneRamp(image) ? 0 : 1;
         moves += memory.exchange(image.data) == image.data ? 0 : 1;
     });
-    ASSERT_TRUE(driver.Init(Fake())) << driver.Message();
+    // A busy machine's silence is not to be counted as a time-out.
+    ASSERT_TRUE(driver.Init(Fake({{L"GenICam.FrameTimeout", L"60000"}}))) << driver.Message();
     EXPECT_NE(driver.Message().find("64 x 48 Mono8"), std::string::npos) << driver.Message();
     ASSERT_TRUE(driver->StartCapture());
     ASSERT_TRUE(driver.WaitForFrames(30)) << driver.Log().All();

@@ -23,11 +23,11 @@ constexpr const char* kProgram = "/usr/bin/arv-fake-gv-camera-0.8";
 constexpr const char* kKeeper = "/usr/bin/setpriv"; // becomes the program, which then ends with this process
 constexpr std::uint16_t kControlPort = 3956;
 
-/// Tries until the condition holds; false after 20 seconds.
+/// Tries until the condition holds; false after a minute.
 template <class Condition>
 bool TryUntil(Condition condition)
 {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(60);
     while (!condition()) {
         if (std::chrono::steady_clock::now() >= end) {
             return false;
@@ -51,7 +51,7 @@ CFakeCamera::CFakeCamera(std::vector<std::string> arguments) : m_arguments(std::
     if (m_lockFile >= 0) {
         ::flock(m_lockFile, LOCK_EX);
     }
-    if (ReadRegister(kWidth)) {
+    if (ReadRegister(kWidth, 1)) {
         throw std::runtime_error("another camera answers at 127.0.0.1 already");
     }
     Start();
@@ -81,7 +81,7 @@ void CFakeCamera::Start()
         m_process = 0;
         throw std::runtime_error("the simulated camera cannot be started");
     }
-    if (!TryUntil([] { return ReadRegister(kWidth).has_value(); })) {
+    if (!TryUntil([] { return ReadRegister(kWidth, 1).has_value(); })) {
         Kill();
         throw std::runtime_error("the simulated camera does not answer");
     }
@@ -96,7 +96,16 @@ void CFakeCamera::Kill()
     }
 }
 
-std::optional<DWORD> CFakeCamera::ReadRegister(DWORD address)
+std::optional<DWORD> CFakeCamera::ReadRegister(DWORD address, int questions)
+{
+    std::optional<DWORD> answer;
+    while (!answer && questions-- > 0) {
+        answer = Ask(address);
+    }
+    return answer;
+}
+
+std::optional<DWORD> CFakeCamera::Ask(DWORD address)
 {
     constexpr int kAnswerWait = 200; // ms
     const int udp = ::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);

@@ -31,8 +31,9 @@ public:
     /// Starts it again; it has forgotten all settings then.
     void Start();
 
-    /// A register as the camera holds it, asked beside the driver.
-    static std::optional<DWORD> ReadRegister(DWORD address);
+    /// A register as the camera holds it, asked beside the driver; nothing after so many questions of 200 ms
+    /// without an answer.
+    static std::optional<DWORD> ReadRegister(DWORD address, int questions = 100);
 
     // Registers of the simulated camera.
     static constexpr DWORD kWidth = 0x100, kHeight = 0x104, kGain = 0x110, kExposure = 0x120,
@@ -40,6 +41,8 @@ public:
                            kAcquiring = 0x124;
 
 private:
+    static std::optional<DWORD> Ask(DWORD address);
+
     std::vector<std::string> m_arguments;
     pid_t m_process = 0;
     int m_lockFile = -1;

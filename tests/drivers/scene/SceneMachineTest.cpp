@@ -105,7 +105,7 @@ TEST(SceneMachine, DecidesOnLensZAndLights)
     camera.m_driver->StartCapture();
     ASSERT_TRUE(camera.WaitFor(1));
     camera.m_driver->StopCapture();
-    const auto truth = camera.Truth(camera.Ticks().front());
+    const auto truth = camera.Truth(camera.Ticks().back());
     EXPECT_EQ(truth["lens"], 3);
     EXPECT_EQ(truth["y"], 7.0);
     EXPECT_EQ(truth["z"], -0.5);
@@ -124,26 +124,39 @@ TEST(SceneMachine, IsSeenWhereItReallyStands)
     EXPECT_TRUE(Shows(camera, 4.003));
 }
 
-TEST(SceneMachine, AFrameShowsThePositionOfItsExposure)
+/// The machine and the clock are moved by the camera's own thread: after the first exposure, then whenever a
+/// frame is delivered, with the next one exposed already.
+TEST(SceneMachine, AFrameShowsThePositionOfItsExposureAndComesTheDelayLater)
 {
+    constexpr DWORD kPeriod = 100;
+    constexpr std::size_t kFrames = 5;
     CManualTicks ticks;
     CMachine machine;
     CProfileSection section = Following();
     section.SetItemValue(L"Scene.FrameRate", 10);
-    section.SetItemValue(L"Scene.Delay", 60);
-    machine.Set("MotorPosition.dMachineStageX", 1);
+    section.SetItemValue(L"Scene.Delay", static_cast<int>(kPeriod));
+    const auto moveOn = [&](std::size_t to) {
+        machine.Set("MotorPosition.dMachineStageX", static_cast<double>(to));
+        ticks.Advance(to <= kFrames ? kPeriod : 0);
+    };
     CSceneUnderTest camera(section);
+    camera.m_log.m_onLine = [&](const CStringA& line) {
+        if (line.find("AxisParameter is read") != line.npos) { // the last that the first exposure does
+            moveOn(1);
+        }
+    };
+    camera.m_onFrame = [&](std::size_t count, DWORD) { moveOn(count + 1); };
+    const DWORD start = ticks.Now();
     camera.m_driver->StartCapture();
-    // The last thing that the first exposure does.
-    ASSERT_TRUE(WaitUntil([&] { return camera.m_log.Count("AxisParameter is read") == 1; }));
-    machine.Set("MotorPosition.dMachineStageX", 2); // while the frame is on its way
-    ticks.Advance(59);
-    EXPECT_TRUE(camera.Ticks().empty());
-    ticks.Advance(1);
-    ASSERT_TRUE(camera.WaitFor(1));
-    const auto truth = camera.Truth(camera.Ticks().front());
-    EXPECT_EQ(truth["x"], 1.0);
-    EXPECT_EQ(camera.Ticks().front() - truth["exposureTick"].get<DWORD>(), 60u);
+    ASSERT_TRUE(camera.WaitFor(kFrames));
+    for (std::size_t i = 0; i < kFrames; ++i) {
+        SCOPED_TRACE(i);
+        const auto truth = camera.Truth(camera.Ticks()[i]);
+        const DWORD exposed = start + static_cast<DWORD>(i) * kPeriod;
+        EXPECT_EQ(truth["x"], static_cast<double>(i));
+        EXPECT_EQ(truth["exposureTick"], exposed);
+        EXPECT_EQ(camera.Ticks()[i], exposed + kPeriod);
+    }
 }
 
 } // namespace

@@ -24,8 +24,8 @@ constexpr const char* kNames[] = {
 #undef WRONG_DRIVER
 };
 
-constexpr DWORD kPeriod = 5;         // ms
-constexpr DWORD kMostPatience = 400; // ms of waiting for a client; see EndsOnSlowClient
+constexpr DWORD kPeriod = 5;          // ms
+constexpr DWORD kMostPatience = 1000; // ms of waiting for a client; see EndsOnSlowClient
 
 eFAULT FindFault()
 {
@@ -77,6 +77,13 @@ public:
         s_owner.compare_exchange_strong(self, nullptr);
     }
 
+    void SetNewImageCallback(NewImageCallback callback, void* argument) override
+    {
+        if (Is(eFAULT::SetCallbackStalls)) {
+            StallForEver();
+        }
+        IFrameGrabberInterface::SetNewImageCallback(callback, argument);
+    }
     int InitFrameGrabber(const CProfileSection&, CString& message) override;
     int CloseFrameGrabber() override;
     int StartCapture() override;
@@ -191,7 +198,9 @@ void CWrongDriver::Run()
         if (Is(eFAULT::ThreadThrows)) {
             throw std::runtime_error("the cable is out");
         }
-        if (Is(eFAULT::KeepsImageLock) && !keepsLock) {
+        const bool keep =
+            Is(eFAULT::KeepsImageLock) || (Is(eFAULT::KeepsLockWithoutCallback) && m_pfnNewImage == nullptr);
+        if (keep && !keepsLock) {
             keepsLock = true;
             m_imageLock.Lock();
         }
