@@ -29,6 +29,8 @@ public:
     /// @param joinOnly  true: fails when nobody is there yet, instead of waiting for others ("local:")
     /// @return 1; 0 for a bad address, no connection, or when it has joined already
     int Join(const char* address, CString& error, CSimpleLog* log = nullptr, bool joinOnly = false);
+    /// Fails what is in flight to and from others, and waits for handlers that run for them, serving the own
+    /// thread's window receivers meanwhile. Not in a handler of a plain receiver.
     void Leave();
 
     const std::shared_ptr<CIPEngine>& GetEngine() const { return m_engine; }

@@ -52,6 +52,7 @@ public:
     /// Fails what is in flight to and from this client's receivers, calls their handlers no more, and refuses
     /// further commands. Waits for handlers that run, but not for one on the calling thread.
     void Shutdown();
+    bool IsShutDown() const { return m_shutDown.load(); }
 
     /// 1 while the pointer stands for a live command. The address of an ended command is not given to
     /// another one for at least some thousand commands; keep GetGeneration with it to be sure for ever.

@@ -64,7 +64,7 @@ void IIPCommandTarget::DestroyIPCommandTarget()
     m_state->engine->Close(m_state);
     ResetSequences();
     m_state->engine->WaitUntilLeft(*m_state);
-    m_state->engine->ForgetWindow(*m_state);
+    m_state->engine->Forget(*m_state);
 }
 
 void IIPCommandTarget::ResetSequences()
@@ -104,7 +104,9 @@ int IIPCommandTarget::DoIPCommand(HIPCOMMAND command, const IP_COMMAND_TARGET_EN
         error = L"An exception of unknown kind.";
     }
     command->SetError(error.c_str());
-    const CIPClient* client = GetIPClient();
+    // Not by way of this receiver, which the handler may have taken down.
+    const CIPTargetState& state = *static_cast<const CRunningCommand*>(command.Get())->target;
+    const CIPClient* client = state.engine->GetClient(state);
     if (client != nullptr && client->GetLog() != nullptr) {
         client->GetLog()->WriteErrorLog(L"The handler of \"%ls\" \"%ls\" threw: %ls",
                                         ToWide(entry->group).c_str(), ToWide(entry->name).c_str(),

@@ -33,8 +33,8 @@ class ALIDADE_FOUNDATION_API CIPDataItemIterator {
 public:
     CIPDataItemIterator() = default;
 
-    /// @throws CIPException  when it is clear, is a text that is no number, or the block was taken down or
-    /// damaged
+    /// A block that was taken down keeps its last values.
+    /// @throws CIPException  when it is clear, is a text that is no number, or the block is damaged
     int GetInt() const;
     double GetDouble() const;
     /// A number in its shortest form that gives the same number back.

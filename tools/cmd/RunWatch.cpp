@@ -11,25 +11,53 @@ namespace {
 constexpr DWORD kLookPeriod = 5;
 
 using Json = nlohmann::ordered_json;
-using Items = std::vector<std::pair<T_IP_DATA_ITEM, CIPDataItemIterator>>;
 
-Json Read(const Items& items)
-{
-    Json line = Json::object();
-    for (const auto& [item, value] : items) {
-        switch (item.type) {
-        case IPDATA_INT:
-            line[item.path] = value.GetInt();
-            break;
-        case IPDATA_DOUBLE:
-            line[item.path] = value.GetDouble();
-            break;
-        default:
-            line[item.path] = value.GetString();
+/// What a line shows: numbers of one write, and the texts beside them.
+class CBlockLine {
+public:
+    explicit CBlockLine(const CIPData& data) : m_data(data), m_items(data.ListItems())
+    {
+        for (const T_IP_DATA_ITEM& item : m_items) {
+            (item.type == IPDATA_STRING ? m_texts : m_numbers).push_back(data.GetDataItem(item.path.c_str()));
         }
+        m_values.resize(m_numbers.size());
     }
-    return line;
-}
+
+    /// @param write  receives the number of the write
+    Json Read(std::uint64_t& write)
+    {
+        constexpr int kMostAttempts = 100; // for the texts, beside a writer that never rests
+        std::vector<CStringA> texts;
+        int attempt = 0;
+        do {
+            write = m_numbers.empty() ? m_data.GetWriteCount() : CIPData::ReadTogether(m_numbers, m_values);
+            texts.clear();
+            for (const CIPDataItemIterator& text : m_texts) {
+                texts.push_back(text.GetString());
+            }
+        } while (!texts.empty() && m_data.GetWriteCount() != write && ++attempt < kMostAttempts);
+        Json line = Json::object();
+        auto number = m_values.begin();
+        auto text = texts.begin();
+        for (const T_IP_DATA_ITEM& item : m_items) {
+            if (item.type == IPDATA_STRING) {
+                line[item.path] = *text++;
+            } else if (item.type == IPDATA_INT) {
+                line[item.path] = static_cast<int>(*number++);
+            } else {
+                line[item.path] = *number++;
+            }
+        }
+        return line;
+    }
+
+private:
+    const CIPData& m_data;
+    const std::vector<T_IP_DATA_ITEM> m_items;
+    std::vector<CIPDataItemIterator> m_numbers;
+    std::vector<CIPDataItemIterator> m_texts;
+    std::vector<double> m_values;
+};
 
 } // namespace
 
@@ -40,17 +68,12 @@ int RunWatch(const T_CMD_OPTIONS& options, CEvent& stop)
     if (!data.Open(options.block.c_str(), error)) {
         return FailCmd(CMD_NOBODY, error);
     }
-    Items items;
-    for (const T_IP_DATA_ITEM& item : data.ListItems()) {
-        items.emplace_back(item, data.GetDataItem(item.path.c_str()));
-    }
+    CBlockLine block(data);
     std::uint64_t printed = 0;
     for (std::uint64_t lines = 0; options.count == 0 || lines < options.count;) {
         const bool alive = data.IsWriterAlive() != 0;
-        const std::uint64_t writes = data.GetWriteCount();
-        if (lines == 0 || writes != printed) {
-            printed = writes;
-            const std::string line = Read(items).dump(-1, ' ', false, Json::error_handler_t::replace);
+        if (lines == 0 || data.GetWriteCount() != printed) {
+            const std::string line = block.Read(printed).dump(-1, ' ', false, Json::error_handler_t::replace);
             if (std::printf("%s\n", line.c_str()) < 0 || std::fflush(stdout) != 0) {
                 return FailCmd(CMD_FAILED, L"cannot write to standard output");
             }

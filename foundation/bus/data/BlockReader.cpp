@@ -16,6 +16,11 @@ bool CBlockReader::Open(const CStringA& mapName, CString& text)
         text = Format(L"%S cannot be read: %s.", mapName.c_str(), reason.c_str());
         return false;
     }
+    // Its name goes a moment later: who sees that the writer has gone does not find the old block again.
+    if (LoadState(reinterpret_cast<const T_BLOCK_HEADER*>(memory.GetData())) == BLOCK_CLOSED) {
+        text = Format(L"%S has been taken down by its writer.", mapName.c_str());
+        return false;
+    }
     Close();
     m_memory = std::move(memory);
     m_directory = std::move(directory);

@@ -29,7 +29,7 @@ struct T_IP_DATA_MIRROR_STATUS {
 
 /// Sends a shared block of this machine to others: its values as they change, at a bounded rate, and its
 /// definition to whoever asks. Goes on for as long as it lives, whether server and writer are there or not.
-/// Thread-safe.
+/// One thread at a time.
 class ALIDADE_FOUNDATION_API CIPDataMirror {
 public:
     CIPDataMirror();

@@ -9,7 +9,7 @@ namespace alidade {
 /// Values of one write there are one write here. The block is taken down when its writer goes there, and when
 /// nothing was heard for the time of silence, so that nobody takes old values for present ones; it is made
 /// anew when values come again. Of two mirrors that send one block the first is followed until it is silent.
-/// Thread-safe.
+/// One thread at a time.
 class ALIDADE_FOUNDATION_API CIPDataReplica {
 public:
     CIPDataReplica();

@@ -29,6 +29,7 @@ namespace {
 
 constexpr std::int64_t kConnectMs = 2000;
 constexpr std::int64_t kReconnectMs = 250;
+constexpr std::int64_t kWriteMs = 2000; // for a server that takes nothing; then the connection is made again
 constexpr int kPendingMessages = 64; // a receiver that lags so far behind loses messages, and gets newer ones
 constexpr int kPendingBytes = 64 << 20;
 
@@ -63,6 +64,7 @@ bool CMirrorLink::Open(const T_NATS_ADDRESS& address, const char* subscribe, CSt
     then([&] { return natsOptions_SetReconnectWait(options, kReconnectMs); });
     then([&] { return natsOptions_SetReconnectBufSize(options, 1); }); // nothing is kept for later
     then([&] { return natsOptions_SetSendAsap(options, true); });
+    then([&] { return natsOptions_SetWriteDeadline(options, kWriteMs); });
     then([&] { return natsOptions_SetErrorHandler(options, IgnoreError, nullptr); });
     if (!address.user.empty()) {
         then(

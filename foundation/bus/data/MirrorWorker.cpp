@@ -5,6 +5,8 @@
 #include "foundation/platform/Thread.h"
 #include "foundation/platform/Ticks.h"
 
+#include <utility>
+
 namespace alidade {
 
 int CMirrorWorker::Start(const T_IP_DATA_MIRROR& settings, const char* threadName, CString& text)
@@ -57,7 +59,10 @@ void CMirrorWorker::Run(const char* threadName)
         }
         {
             CS lock(&m_lock);
-            m_status.isConnected = m_link.IsConnected();
+            const bool wasConnected = std::exchange(m_status.isConnected, m_link.IsConnected());
+            if (wasConnected && !m_status.isConnected) {
+                m_status.text = L"The NATS server is away";
+            }
         }
         DoStep();
     }

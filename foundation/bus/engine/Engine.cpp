@@ -16,8 +16,6 @@ bool IsSet(const char* text)
     return text != nullptr && *text != 0;
 }
 
-constexpr const wchar_t* kStopped = L"The bus is shut down.";
-
 } // namespace
 
 CString T_IP_ADDRESS::Describe() const
@@ -65,7 +63,7 @@ CIPEngine::~CIPEngine() = default;
 int CIPEngine::Register(const std::shared_ptr<CIPTargetState>& target)
 {
     std::lock_guard lock(m_mutex);
-    if (m_stopped || target->registered || target->closed) {
+    if (m_stopped || target->registered || target->closed || target->client->IsShutDown()) {
         return 0;
     }
     target->registered = true;
@@ -100,33 +98,39 @@ void CIPEngine::EndCommandsOf(const CIPTargetState& target, const wchar_t* reaso
 
 void CIPEngine::WaitUntilLeft(CIPTargetState& target)
 {
+    std::shared_ptr<CIPThreadQueue> queue; // its end, outside of the lock
+    std::condition_variable left;
+    CIPDeferred deferred(*this);
     Lock lock(m_mutex);
     const int own = RunningStack::CountFramesOf(target);
     if (target.pins <= own) {
         return;
     }
-    const std::shared_ptr<CIPThreadQueue> queue = FindThreadQueue();
-    ++m_closing;
+    if (own == 0) {
+        target.leaving = true;
+        GiveUpAll([&target](const T_IP_CALL& call) { return call.sender == &target; },
+                  L"The receiver is gone.", deferred);
+        lock.unlock();
+        deferred.Run();
+        lock.lock();
+    }
+    queue = FindThreadQueue();
+    m_leavers.push_back(queue != nullptr ? &queue->changed : &left);
     while (target.pins > own) {
         if (queue != nullptr && !queue->items.empty()) {
             ServeDirectly(*queue, lock); // what runs may be waiting for one of this thread's windows
         } else {
-            (queue != nullptr ? queue->changed : m_left).wait(lock);
+            (queue != nullptr ? queue->changed : left).wait(lock);
         }
     }
-    --m_closing;
+    m_leavers.erase(std::ranges::find(m_leavers, queue != nullptr ? &queue->changed : &left));
 }
 
 void CIPEngine::Unpin(CIPTargetState& target)
 {
     --target.pins;
-    if (m_closing > 0) {
-        m_left.notify_all();
-        for (const auto& [thread, queue] : m_threadQueues) {
-            if (const auto living = queue.lock()) {
-                living->changed.notify_all();
-            }
-        }
+    for (std::condition_variable* leaver : m_leavers) {
+        leaver->notify_all();
     }
 }
 
@@ -166,12 +170,8 @@ void CIPEngine::CloseClient(const CIPClient& client)
         if (!targets.empty()) {
             AnnounceSoon();
         }
-        std::vector<std::shared_ptr<T_IP_CALL>> calls;
-        std::copy_if(m_calls.begin(), m_calls.end(), std::back_inserter(calls),
-                     [&](const auto& call) { return call->client == &client; });
-        for (const auto& call : calls) {
-            GiveUp(call, L"The sender's client is shut down.", deferred);
-        }
+        GiveUpAll([&client](const T_IP_CALL& call) { return call.client == &client; },
+                  L"The sender's client is shut down.", deferred);
     }
     for (const auto& target : targets) {
         EndCommandsOf(*target, L"The receiver's client is shut down.");
@@ -258,6 +258,9 @@ int CIPEngine::Send(const CIPClient* client, const T_IP_ADDRESS& address, const 
     auto call = std::make_shared<T_IP_CALL>();
     call->client = client;
     call->waiter = queue != nullptr ? &queue->changed : &own;
+    if (const CRunningCommand* running = RunningStack::Top(this)) {
+        call->sender = running->target.get();
+    }
     call->abortWithSender = (flags & IPSEND_ABORT_WITH_SENDER) != 0;
     call->bringsReply = queue == nullptr; // a thread with windows goes on serving them
     if (Start(address, in, call, timeout, error) == 0) {
@@ -321,6 +324,18 @@ int CIPEngine::SendChild(const CIPClient* client, CIPCommand* parent, const T_IP
     return 1;
 }
 
+/// Why nothing can be sent, or null.
+const wchar_t* CIPEngine::GetRefusal(const T_IP_CALL& call) const
+{
+    if (m_stopped) {
+        return L"The bus is shut down.";
+    }
+    if (call.client != nullptr && call.client->IsShutDown()) {
+        return L"The client is shut down.";
+    }
+    return call.sender != nullptr && call.sender->leaving ? L"The receiver is gone." : nullptr;
+}
+
 int CIPEngine::Start(const T_IP_ADDRESS& address, const CIPVariable& in,
                      const std::shared_ptr<T_IP_CALL>& call, DWORD timeout, CString& error)
 {
@@ -329,8 +344,8 @@ int CIPEngine::Start(const T_IP_ADDRESS& address, const CIPVariable& in,
     const IP_COMMAND_TARGET_ENTRY* entry = nullptr;
     {
         std::lock_guard lock(m_mutex);
-        if (m_stopped) {
-            error = kStopped;
+        if (const wchar_t* refusal = GetRefusal(*call)) {
+            error = refusal;
             return 0;
         }
         std::tie(target, entry) = Find(address);
@@ -421,6 +436,17 @@ void CIPEngine::GiveUp(const std::shared_ptr<T_IP_CALL>& call, CString&& reason,
     Complete(call, {false, {}, std::move(reason)}, deferred);
     if (command != nullptr && call->abortWithSender && !call->isChild) {
         Abort(command, deferred);
+    }
+}
+
+void CIPEngine::GiveUpAll(const std::function<bool(const T_IP_CALL&)>& which, const wchar_t* reason,
+                          CIPDeferred& deferred)
+{
+    std::vector<std::shared_ptr<T_IP_CALL>> calls;
+    std::copy_if(m_calls.begin(), m_calls.end(), std::back_inserter(calls),
+                 [&which](const auto& call) { return which(*call); });
+    for (const auto& call : calls) {
+        GiveUp(call, reason, deferred);
     }
 }
 

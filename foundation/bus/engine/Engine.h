@@ -82,10 +82,11 @@ public:
     void Close(const std::shared_ptr<CIPTargetState>& target);
     /// Ends the receiver's commands; see IIPCommandTarget::ResetSequences.
     void EndCommandsOf(const CIPTargetState& target, const wchar_t* reason);
-    /// Waits until no handler of the closed receiver runs on another thread.
+    /// Waits until no handler of the closed receiver runs on another thread. What these wait for in Send is
+    /// given up, for it may be without end.
     void WaitUntilLeft(CIPTargetState& target);
-    /// Gives back the closed receiver's part in its thread's deliveries; on that thread.
-    void ForgetWindow(CIPTargetState& target);
+    /// Lets go of the closed receiver's client and of its part in its thread's deliveries; on that thread.
+    void Forget(CIPTargetState& target);
     void SetUnit(CIPTargetState& target, const char* unit);
     CStringA GetUnit(const CIPTargetState& target) const;
     CIPClient* GetClient(const CIPTargetState& target) const;
@@ -132,6 +133,7 @@ private:
 
     // All of these want the lock.
     TargetAndEntry Find(const T_IP_ADDRESS& address) const;
+    const wchar_t* GetRefusal(const T_IP_CALL& call) const;
     std::shared_ptr<CRunningCommand> MakeCommand(const std::shared_ptr<CIPTargetState>& target,
                                                  const IP_COMMAND_TARGET_ENTRY& entry, CIPVariable in);
     void Deliver(const std::shared_ptr<CRunningCommand>& command);
@@ -152,6 +154,8 @@ private:
     void Withdraw(const std::shared_ptr<T_IP_CALL>& call);
     void Complete(const std::shared_ptr<T_IP_CALL>& call, T_IP_REPLY&& reply, CIPDeferred& deferred);
     void GiveUp(const std::shared_ptr<T_IP_CALL>& call, CString&& reason, CIPDeferred& deferred);
+    void GiveUpAll(const std::function<bool(const T_IP_CALL&)>& which, const wchar_t* reason,
+                   CIPDeferred& deferred);
     void Unpin(CIPTargetState& target);
     int ContinueLive(const std::shared_ptr<CRunningCommand>& command, DWORD word, CIPDeferred& deferred);
     std::shared_ptr<CIPThreadQueue> FindThreadQueue() const;
@@ -171,6 +175,7 @@ private:
     void CompleteRemote(const std::shared_ptr<T_IP_CALL>& call, T_IP_REPLY&& reply);
     void WaitForAnswer(T_IP_CALL& call, CIPThreadQueue* queue);
     void AbandonRemote(std::uint64_t number);
+    void ServeWhile(const std::function<void()>& operation);
     void RunWorker();
     void LookForWork(Lock& lock);
     void RunTimer();
@@ -183,8 +188,7 @@ private:
     std::unordered_map<std::uint64_t, std::weak_ptr<CRunningCommand>> m_requests;
     std::uint64_t m_lastRequest = 0;
     std::unordered_map<std::thread::id, std::weak_ptr<CIPThreadQueue>> m_threadQueues;
-    std::size_t m_closing = 0; // threads in WaitUntilLeft
-    std::condition_variable m_left;
+    std::vector<std::condition_variable*> m_leavers; // of the threads in WaitUntilLeft
 
     std::deque<std::shared_ptr<CIPTargetState>> m_ready;
     std::condition_variable m_work;

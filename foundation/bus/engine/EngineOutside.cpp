@@ -1,5 +1,6 @@
 // What leaves the process and what comes into it.
 #include "foundation/bus/engine/Engine.h"
+#include "foundation/bus/wire/VariableCbor.h"
 
 namespace alidade {
 
@@ -24,6 +25,10 @@ int CIPEngine::StartRemote(const T_IP_ADDRESS& address, const CIPVariable& in,
     request.wantsReply = call->waiter != nullptr || call->isChild;
     {
         std::lock_guard lock(m_mutex);
+        if (const wchar_t* refusal = GetRefusal(*call)) {
+            error = refusal;
+            return 0;
+        }
         if (request.wantsReply) {
             OpenCall(call, timeout);
         }
@@ -31,20 +36,23 @@ int CIPEngine::StartRemote(const T_IP_ADDRESS& address, const CIPVariable& in,
     std::uint64_t number = 0;
     {
         std::shared_lock use(m_transportMutex);
-        if (m_transport != nullptr) {
+        // An own unit without a name is nobody else's, where an empty one stands for any.
+        const bool elsewhere = !address.exactUnit || !request.unit.empty();
+        if (m_transport != nullptr && elsewhere) {
             number = m_transport->Send(std::move(request), std::move(reply));
         }
     }
-    CIPDeferred deferred(*this);
-    std::lock_guard lock(m_mutex);
     if (number == 0) {
-        error = L"Nobody answers " + address.Describe() + L".";
+        CString reason;
+        error = CheckVariable(in, reason) ? L"Nobody answers " + address.Describe() + L"." : reason + L".";
+        std::lock_guard lock(m_mutex);
         Withdraw(call);
         return 0;
     }
-    if (call->open) {
-        call->remote = number;
-    } else if (!call->reply.ok && !call->isChild) {
+    CIPDeferred deferred(*this);
+    std::lock_guard lock(m_mutex);
+    call->remote = number;
+    if (!call->open && !call->reply.ok && !call->isChild) {
         deferred.Abandon(number); // given up before its number was known; harmless when it was answered
     }
     return 1;
@@ -202,13 +210,47 @@ void CIPEngine::Leave()
         transport.swap(m_transport);
     }
     if (transport != nullptr) {
-        transport->Close();
-        for (int servers = m_servers; servers != 0; servers = m_servers) {
-            m_servers.wait(servers); // they return now
+        ServeWhile([this, &transport] {
+            transport->Close();
+            for (int servers = m_servers; servers != 0; servers = m_servers) {
+                m_servers.wait(servers); // they return now
+            }
+            transport.reset(); // fails what was in flight; joins its threads
+        });
+    }
+    m_log.store(nullptr);
+}
+
+/// Does something that waits for handlers of others, which may wait for a window of this thread.
+void CIPEngine::ServeWhile(const std::function<void()>& operation)
+{
+    std::shared_ptr<CIPThreadQueue> queue;
+    {
+        std::lock_guard lock(m_mutex);
+        queue = FindThreadQueue();
+    }
+    if (queue == nullptr) {
+        operation();
+        return;
+    }
+    bool done = false;
+    std::thread thread([&] {
+        operation();
+        std::lock_guard lock(m_mutex);
+        done = true;
+        queue->changed.notify_all();
+    });
+    {
+        Lock lock(m_mutex);
+        while (!done) {
+            if (!queue->items.empty()) {
+                ServeDirectly(*queue, lock);
+            } else {
+                queue->changed.wait(lock);
+            }
         }
     }
-    transport.reset(); // fails what was in flight; joins its threads
-    m_log.store(nullptr);
+    thread.join();
 }
 
 } // namespace alidade

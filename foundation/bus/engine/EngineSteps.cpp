@@ -60,7 +60,7 @@ void CIPEngine::Deliver(const std::shared_ptr<CRunningCommand>& command)
 
 void CIPEngine::ServeDirectly(CIPThreadQueue& queue, Lock& lock)
 {
-    const std::shared_ptr<CRunningCommand> command = queue.items.front();
+    std::shared_ptr<CRunningCommand> command = std::move(queue.items.front());
     queue.items.pop_front();
     CIPDeferred deferred(*this);
     if (command->state == eSTATE::QUEUED) {
@@ -70,6 +70,7 @@ void CIPEngine::ServeDirectly(CIPThreadQueue& queue, Lock& lock)
             RunStep(command, lock, deferred);
         }
     }
+    deferred.Keep(std::move(command)); // it may have ended, and this be the last to hold it
     lock.unlock();
     deferred.Run();
     lock.lock();

@@ -48,12 +48,14 @@ void CIPEngine::ScheduleTarget(const std::shared_ptr<CIPTargetState>& target)
 /// Runs the first command in a ready receiver's queue.
 void CIPEngine::RunFront(const std::shared_ptr<CIPTargetState>& target, Lock& lock, CIPDeferred& deferred)
 {
-    const std::shared_ptr<CRunningCommand> command = std::move(target->queue.front());
+    std::shared_ptr<CRunningCommand> command = std::move(target->queue.front());
     target->queue.pop_front();
     if (command->state == CRunningCommand::eSTATE::QUEUED) {
         target->busy = true;
         RunStep(command, lock, deferred);
         target->busy = false;
+    } else {
+        deferred.Keep(std::move(command)); // ended in the queue, which may be the last to hold it
     }
 }
 
@@ -104,12 +106,12 @@ void CIPEngine::RunWorker()
             continue;
         }
         RunFront(target, lock, deferred);
-        MakeReady(target); // for this worker's next round, behind the others
         if (!deferred.IsEmpty()) {
             lock.unlock();
-            deferred.Run();
+            deferred.Run(); // may send to this receiver and wait: it is not yet left to this worker
             lock.lock();
         }
+        MakeReady(target); // for this worker's next round, behind the others
     }
 }
 
@@ -180,8 +182,8 @@ void CIPEngine::RunTimer()
                     action.command->timer = {};
                     action.command->delayed = false;
                     action.command->paused = false;
+                    // It lives, so others hold it too: its records, which may wait, never end on this thread.
                     TryResume(action.command);
-                    deferred.Keep(action.command);
                 }
             }
             m_timerWaitsUntil =
@@ -222,12 +224,13 @@ std::shared_ptr<CIPThreadQueue> CIPEngine::GetThreadQueue()
     return queue;
 }
 
-void CIPEngine::ForgetWindow(CIPTargetState& target)
+void CIPEngine::Forget(CIPTargetState& target)
 {
     std::shared_ptr<CIPThreadQueue> queue; // its end, outside of the lock
     std::lock_guard lock(m_mutex);
     queue.swap(target.thread);
     target.window = nullptr;
+    target.client = nullptr; // may go before a handler that has taken its own receiver down returns
 }
 
 void CIPEngine::Stop()

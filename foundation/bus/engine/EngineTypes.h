@@ -10,6 +10,7 @@
 namespace alidade {
 
 class CIPEngine;
+class CIPTargetState;
 class CRunningCommand;
 class CIPThreadQueue;
 
@@ -33,6 +34,7 @@ struct T_IP_CALL {
     IP_REPLY_HANDLER handler;
 
     const CIPClient* client = nullptr;
+    const CIPTargetState* sender = nullptr; // whose handler waits
     bool isChild = false;
     CStringA unit; // of a child, for GetChildResult
     CStringA group;
@@ -66,7 +68,8 @@ public:
     bool answers = true;
     bool registered = false;
     bool closed = false;
-    int pins = 0; // calls into the owner that are going on
+    bool leaving = false; // another thread waits for its handlers: they wait for nothing any more
+    int pins = 0;         // calls into the owner that are going on
 
     // A plain receiver.
     std::deque<std::shared_ptr<CRunningCommand>> queue;

@@ -17,7 +17,7 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kLongestName = 32;
 constexpr DWORD kLockTime = 2000;
-constexpr auto kMeetTime = std::chrono::seconds(2); // that Join waits for others to tell what they answer
+constexpr auto kMeetTime = std::chrono::seconds(5); // that Join waits for others to tell what they answer
 constexpr DWORD kDrainTime = 1000;
 constexpr DWORD kLookPeriod = 1000;
 constexpr std::int64_t kSecond = 1000000000;

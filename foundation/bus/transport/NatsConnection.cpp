@@ -7,7 +7,7 @@
 namespace alidade {
 namespace {
 
-constexpr std::int64_t kConnectTime = 3000;
+constexpr std::int64_t kConnectTime = 10000;
 constexpr std::int64_t kReconnectWait = 250;
 constexpr std::int64_t kWriteTime = 10000;
 constexpr auto kCloseTime = std::chrono::seconds(10);
@@ -56,6 +56,9 @@ int CNatsConnection::Connect(const T_NATS_ADDRESS& address, const CString& name,
     set(natsOptions_SetNoEcho(options, true));
     set(natsOptions_SetMaxReconnect(options, -1));
     set(natsOptions_SetReconnectWait(options, kReconnectWait));
+    // A command that has failed for its sender is not to run when the server is back. The library keeps one
+    // message at the least, so Publish looks first.
+    set(natsOptions_SetReconnectBufSize(options, 1));
     set(natsOptions_SetWriteDeadline(options, kWriteTime));
     set(natsOptions_SetDisconnectedCB(options, OnLost, this));
     set(natsOptions_SetReconnectedCB(options, OnBack, this));
@@ -123,6 +126,9 @@ bool CNatsConnection::Publish(const char* subject, const char* reply, const std:
                               std::size_t size)
 {
     const int count = static_cast<int>(size);
+    if (natsConnection_Status(m_connection) != NATS_CONN_STATUS_CONNECTED) {
+        return false;
+    }
     return (reply != nullptr ? natsConnection_PublishRequest(m_connection, subject, reply, data, count)
                              : natsConnection_Publish(m_connection, subject, data, count)) == NATS_OK;
 }

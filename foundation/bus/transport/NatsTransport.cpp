@@ -13,11 +13,12 @@ namespace alidade {
 namespace {
 
 constexpr std::int64_t kMillisecond = 1000000;
-constexpr DWORD kFlushTime = 3000;
+constexpr DWORD kFlushTime = 10000;
 constexpr std::int64_t kLeastQuiet = 100 * kMillisecond; // without a further answer to HELLO: all have come
 constexpr std::int64_t kMostCollect = 2000 * kMillisecond;
 constexpr DWORD kProbeTime = CNatsTransport::kAlivePeriod + 500;
 constexpr std::string_view kUndelivered = "none-";
+constexpr const wchar_t* kLost = L"The connection to the NATS server was lost";
 
 } // namespace
 
@@ -99,17 +100,20 @@ CNatsTransport::~CNatsTransport()
 
 std::uint64_t CNatsTransport::Send(T_IP_REQUEST&& request, IP_REPLY_HANDLER reply)
 {
+    const unsigned losses = m_losses;
     if (m_connected) {
-        return m_core->Send(std::move(request), std::move(reply));
+        const std::uint64_t number = m_core->Send(std::move(request), std::move(reply));
+        if (m_losses != losses && number != 0) {
+            m_core->FailOne(number, kLost); // it may have come too late to fail with the others
+        }
+        return number;
     }
-    if (m_core->Directory().Find(request) == nullptr) {
-        return 0;
+    if (m_core->Directory().Find(request) == nullptr || !request.wantsReply || !reply) {
+        return 0; // also for one that nobody waits for: it would be lost without a word
     }
-    if (request.wantsReply && reply) {
-        T_IP_REPLY failure;
-        failure.error = L"The connection to the NATS server is lost at present";
-        reply(std::move(failure));
-    }
+    T_IP_REPLY failure;
+    failure.error = L"The connection to the NATS server is lost at present";
+    reply(std::move(failure));
     return ~std::uint64_t{0};
 }
 
@@ -232,7 +236,8 @@ void CNatsTransport::OnMessage(T_NATS_MESSAGE&& received, std::string_view from)
         break;
     case TRANSPORT_COMMANDS:
     case TRANSPORT_REPLY:
-        // Only of one that is known: another has no place in the directory.
+    case TRANSPORT_GIVE_UP:
+        // Only of one that is known: another has no place in the directory, and goes with this message.
         if (FindPeer(from) != peer) {
             break;
         }
@@ -278,6 +283,7 @@ void CNatsTransport::OnAlive(const T_TRANSPORT_MESSAGE& message)
 void CNatsTransport::OnLost()
 {
     m_connected = false;
+    ++m_losses;
     if (m_stopping) {
         return;
     }
@@ -292,7 +298,7 @@ void CNatsTransport::OnLost()
     for (const auto& peer : peers) {
         peer->Reset();
     }
-    m_core->FailSent(L"The connection to the NATS server was lost");
+    m_core->FailSent(kLost);
 }
 
 void CNatsTransport::OnBack()

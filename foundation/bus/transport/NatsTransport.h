@@ -54,6 +54,7 @@ private:
     const CStringA m_toMe;   // "<bus>.to.<id>."
     std::shared_ptr<CNatsConnection> m_connection;
     std::atomic<bool> m_connected{false};
+    std::atomic<unsigned> m_losses{0}; // of the connection
     std::atomic<bool> m_stopping{false};
     std::atomic<std::int64_t> m_lastHello{0};
 

@@ -58,7 +58,8 @@ public:
     /// Sends a command. The reply handler is called exactly once from a thread of the transport or from
     /// within (an immediate failure), or never when the request wants none; a peer that is lost fails what it
     /// owed.
-    /// @return 0 when nobody there answers such a command (no reply is called then), else a number for Abort
+    /// @return a number for Abandon; 0, and no reply is called, when nobody there answers such a command or
+    ///         one that wants no reply cannot go
     virtual std::uint64_t Send(T_IP_REQUEST&& request, IP_REPLY_HANDLER reply) = 0;
     /// The sender has given up: no reply is called from now on. Aborts the command if its request says so.
     virtual void Abandon(std::uint64_t number) = 0;

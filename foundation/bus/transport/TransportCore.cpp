@@ -53,6 +53,10 @@ std::uint64_t CTransportCore::SendBy(const std::shared_ptr<IPeerLink>& peer, IPe
     CRequestBook::T_SENT sent;
     if ((!encoded || !request.wantsReply) && m_book.Take(number, nullptr, sent) && sent.reply) {
         sent.reply(Failure(error));
+    } else if (!encoded) {
+        WriteLog(kLogError, L"Bus: \"" + ToWide(request.group) + L"\" \"" + ToWide(request.name) +
+                                L"\" cannot be sent to " + peer->GetName() + L": " + error);
+        return 0; // nobody waits for the reason
     }
     return number;
 }

@@ -166,6 +166,7 @@ protected:
 TEST_F(CDamagedMap, IsRefusedAndMayBeTakenOver)
 {
     CBlockImage image;
+    image.Header().state = BLOCK_CLOSED;
     const struct {
         const char* what;
         std::size_t bytes;
@@ -174,6 +175,7 @@ TEST_F(CDamagedMap, IsRefusedAndMayBeTakenOver)
     } kRows[] = {
         {"nothing", 0, 0, L"no content yet"},
         {"a few bytes", 100, 100, L"too short"},
+        {"taken down, with its name still there", image.Size(), image.Size(), L"taken down"},
         {"zeros", 0, 5000, L"still being made"},
         {"half a block", image.Size() / 2, image.Size() / 2, L"cut short"},
         {"a file without end", 0, std::size_t{1} << 40, L"more than one may have"},

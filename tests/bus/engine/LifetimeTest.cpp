@@ -83,18 +83,122 @@ TEST(BusLifetime, AClientThatShutsDownFailsWhatIsInFlight)
     CIPVariable out;
     EXPECT_EQ(flight.test.Send("Run", out), 0);
     EXPECT_FALSE(CIPClient::GetLastIPError().empty());
+    CReceiver late(flight.test.client, "Late");
+    EXPECT_EQ(late.GetIPClient(), nullptr);
+    EXPECT_EQ(CIPClient::GetLastIPError(), L"The client is shut down.");
+}
+
+TEST(BusLifetime, WhatAHandlerWaitsForIsGivenUpWhenItsReceiverGoes)
+{
+    T_TEST_BUS test;
+    CReceiver other(test.client, "Other");
+    auto receiver = std::make_unique<CReceiver>(test.client);
+    CEvent paused;
+    other.On("Run", [&](CIPCommand& command) {
+        paused.SetEvent();
+        return command.PauseStep(INFINITE, -1);
+    });
+    int waited[2] = {-1, -1};
+    receiver->On("Run", [&](CIPCommand&) {
+        for (int& ok : waited) { // the second time when it is going already
+            CIPVariable out;
+            ok = test.Send("Run", out, INFINITE, "Other");
+        }
+        return 1;
+    });
+    int ok = -1;
+    std::thread sender([&] {
+        CIPVariable out;
+        ok = test.Send("Run", out, INFINITE);
+    });
+    EXPECT_TRUE(paused.Wait(INFINITE));
+    receiver.reset();
+    sender.join();
+    EXPECT_EQ(ok, 0);
+    EXPECT_EQ(waited[0], 0);
+    EXPECT_EQ(waited[1], 0);
 }
 
 TEST(BusLifetime, AReceiverMayGoInItsOwnHandler)
 {
+    for (const bool throws : {false, true}) {
+        T_TEST_BUS test;
+        auto receiver = std::make_unique<CReceiver>(test.client);
+        receiver->On("Run", [&, throws](CIPCommand& command) {
+            receiver.reset();
+            if (throws) {
+                throw CIPException(L"Here", L"that");
+            }
+            return command.EnqueueNextStep(-1, 0);
+        });
+        CIPVariable out;
+        EXPECT_EQ(test.Send("Run", out), 0);
+    }
+}
+
+/// A record that uses the bus when it goes.
+struct T_LAST_WORD : IIPLocalVar {
+    ~T_LAST_WORD() override
+    {
+        if (say) {
+            say();
+        }
+    }
+    std::function<void()> say;
+};
+
+TEST(BusLifetime, ARecordMayUseTheBusWhenItsCommandIsLeftInTheQueue)
+{
     T_TEST_BUS test;
     auto receiver = std::make_unique<CReceiver>(test.client);
-    receiver->On("Run", [&](CIPCommand& command) {
-        receiver.reset();
+    CEvent begun, goOn, running, release;
+    std::atomic<bool> said{false};
+    receiver->On("Other", [&](CIPCommand& command) {
+        command.LocalVar<T_LAST_WORD>("l").say = [&] { said = test.client.IsValidCmd(nullptr) == 0; };
+        begun.SetEvent();
+        goOn.Wait(INFINITE);
         return command.EnqueueNextStep(-1, 0);
     });
-    CIPVariable out;
-    EXPECT_EQ(test.Send("Run", out), 0);
+    receiver->On("Run", [&](CIPCommand&) {
+        running.SetEvent();
+        return release.Wait(INFINITE) ? 1 : 0;
+    });
+    std::atomic<int> ok{-1};
+    std::thread sender([&] {
+        CIPVariable out;
+        ok = test.Send("Other", out, INFINITE);
+    });
+    EXPECT_TRUE(begun.Wait(INFINITE));
+    EXPECT_EQ(test.Post("Run"), 1); // before the second step of the other
+    goOn.SetEvent();
+    EXPECT_TRUE(running.Wait(INFINITE));
+    std::thread destroyer([&] { receiver.reset(); });
+    EXPECT_TRUE(WaitUntil([&] { return ok == 0; }));
+    release.SetEvent();
+    destroyer.join();
+    sender.join();
+    EXPECT_TRUE(WaitUntil([&] { return said.load(); }));
+}
+
+TEST(BusLifetime, ARecordMaySendToItsOwnReceiverAndWait)
+{
+    T_TEST_BUS test;
+    CReceiver receiver(test.client);
+    CEvent running, release, said;
+    receiver.On("Run", [&](CIPCommand& command) {
+        command.LocalVar<T_LAST_WORD>("l").say = [&] {
+            CIPVariable out;
+            EXPECT_EQ(test.Send("Child", out, INFINITE), 1);
+            said.SetEvent();
+        };
+        running.SetEvent();
+        return release.Wait(INFINITE) ? 1 : 0;
+    });
+    EXPECT_EQ(test.Post("Run"), 1);
+    EXPECT_TRUE(running.Wait(INFINITE));
+    EXPECT_EQ(test.Post("Other"), 1); // stands in the queue when the first one ends
+    release.SetEvent();
+    EXPECT_TRUE(said.Wait(INFINITE));
 }
 
 TEST(BusLifetime, AnEndedCommandIsNotTakenForANewOne)

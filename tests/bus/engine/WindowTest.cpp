@@ -1,9 +1,11 @@
 #include "foundation/bus/WndIPCommandTarget.h"
 #include "tests/bus/engine/Receiver.h"
+#include "tests/support/TempFolder.h"
 
 #include <QCoreApplication>
 #include <QEvent>
 #include <QTimer>
+#include <cstdlib>
 #include <gtest/gtest.h>
 
 namespace alidade {
@@ -148,6 +150,52 @@ TEST_F(BusWindow, AWorkersChildReachesTheWindowWhoseThreadWaitsForTheWorker)
     CIPVariable out;
     EXPECT_EQ(test.Send("Run", out, INFINITE, "Window"), 1);
     EXPECT_EQ(out("Answer", 0), 7);
+}
+
+TEST_F(BusWindow, ARecordOfACommandThatAWaitHasServedMayUseTheBusWhenItGoes)
+{
+    struct T_RECORD : IIPLocalVar {
+        ~T_RECORD() override { EXPECT_EQ(client->IsValidCmd(nullptr), 0); }
+        CIPClient* client = nullptr;
+    };
+    CWindow window(test.client, "Window");
+    window.run = [&](CIPCommand& command) {
+        command.LocalVar<T_RECORD>("l").client = &test.client;
+        return 1;
+    };
+    CIPVariable out;
+    EXPECT_EQ(test.Send("Run", out, INFINITE, "Window"), 1);
+}
+
+TEST_F(BusWindow, LeavingServesTheWindowThatAHandlerForAnotherProcessWaitsFor)
+{
+    const CTempFolder folder{"w"};
+    ::setenv("XDG_RUNTIME_DIR", folder.Path().c_str(), 1);
+    T_TEST_BUS far;
+    CWindow window(test.client, "Window");
+    CReceiver worker(test.client, "Worker");
+    CEvent begun, goOn;
+    int answered = -1;
+    worker.On("Run", [&](CIPCommand&) {
+        begun.SetEvent();
+        goOn.Wait(INFINITE);
+        CIPVariable out;
+        answered = test.Send("Run", out, INFINITE, "Window");
+        return 1;
+    });
+    CString error;
+    ASSERT_EQ(test.bus->Join("local:window", error), 1);
+    ASSERT_EQ(far.bus->Join("local:window", error), 1);
+    EXPECT_TRUE(WaitUntil([&] { return !far.client.ListIPCommands().empty(); }));
+    std::thread sender([&] {
+        CIPVariable out;
+        far.Send("Run", out, INFINITE, "Worker");
+    });
+    EXPECT_TRUE(begun.Wait(INFINITE));
+    goOn.SetEvent();
+    test.bus->Leave();
+    sender.join();
+    EXPECT_EQ(answered, 1);
 }
 
 TEST_F(BusWindow, AWaitServesNoUserInput)

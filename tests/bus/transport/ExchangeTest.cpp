@@ -27,7 +27,7 @@ TEST_P(TransportExchange, RequestComesWholeAndResultReturns)
         CFakeHost::Echo(std::move(request), std::move(reply));
     });
     const auto server = m_bus->Join(serving);
-    const auto client = m_bus->Join(asking);
+    const auto client = m_bus->JoinAndFind(asking);
 
     T_IP_REQUEST request = MakeRequest("Cämera 1/a.b*>", "Image", "Grab");
     request.timeout = 1234;
@@ -56,7 +56,7 @@ TEST_P(TransportExchange, FailureReturnsWithItsSentence)
         reply(std::move(answer));
     });
     const auto server = m_bus->Join(serving);
-    const auto client = m_bus->Join(asking);
+    const auto client = m_bus->JoinAndFind(asking);
     CAnswer answer(*client, MakeRequest("A", "G", "Fail"));
     ASSERT_TRUE(answer.Wait());
     EXPECT_FALSE(answer.Get().ok);
@@ -69,7 +69,7 @@ TEST_P(TransportExchange, OnlyWhatIsServedIsFound)
     CFakeHost serving, asking;
     serving.Serve("A", "G", "N", CFakeHost::Echo, "Motion");
     const auto server = m_bus->Join(serving);
-    const auto client = m_bus->Join(asking);
+    const auto client = m_bus->JoinAndFind(asking);
     struct T_CASE {
         const char* task;
         const char* unit;
@@ -110,7 +110,7 @@ TEST_P(TransportExchange, LargeImagePassesWholeWhileSmallCommandsGoOn)
     CFakeHost serving, asking;
     serving.Serve("A", "G", "N", CFakeHost::Echo);
     const auto server = m_bus->Join(serving);
-    const auto client = m_bus->Join(asking);
+    const auto client = m_bus->JoinAndFind(asking);
     constexpr unsigned kBytes = 75u << 20;
     auto image = std::make_shared<std::vector<std::uint8_t>>(kBytes);
     for (unsigned i = 0; i < kBytes; i += 997) {
@@ -136,7 +136,7 @@ TEST_P(TransportExchange, CommandIsAbortedWithItsSenderOnlyWhenAskedTo)
         serving.Serve("A", "G", "Hold", serving.Hold());
         serving.Serve("A", "G", "Echo", CFakeHost::Echo);
         const auto server = m_bus->Join(serving);
-        auto client = m_bus->Join(asking);
+        auto client = m_bus->JoinAndFind(asking, 2);
         const auto start = [&] {
             T_IP_REQUEST request = MakeRequest("A", "G", "Hold");
             request.abortWithSender = asked;
@@ -192,7 +192,7 @@ TEST_P(TransportExchange, DeathOfOneProcessFailsItsCommandsAndTheOthersGoOn)
     CAnswer alive(*a, MakeRequest("B", "G", "N"));
     ASSERT_TRUE(alive.Wait());
     CFakeHost third;
-    const auto c = m_bus->Join(third);
+    const auto c = m_bus->JoinAndFind(third);
     EXPECT_EQ(c->ListCommands().size(), 1u);
 }
 
@@ -206,14 +206,30 @@ TEST_P(TransportExchange, ReplyThatComesAfterTheProcessHasLeftIsDropped)
         came.SetEvent();
     });
     auto server = m_bus->Join(serving);
-    auto client = m_bus->Join(asking);
+    auto client = m_bus->JoinAndFind(asking);
     const CAnswer answer(*client, MakeRequest("A", "G", "N"));
-    ASSERT_TRUE(came.Wait(20000));
+    ASSERT_TRUE(came.Wait(60000));
     server.reset();
     ASSERT_TRUE(answer.Wait());
     client.reset();
     late({});
     EXPECT_EQ(answer.Count(), 1);
+}
+
+TEST_P(TransportExchange, PostThatCannotTravelFailsAtOnceWithALine)
+{
+    CFakeHost serving, asking;
+    serving.Serve("A", "G", "N", CFakeHost::Echo);
+    const auto server = m_bus->Join(serving);
+    const auto client = m_bus->JoinAndFind(asking);
+    T_IP_REQUEST post = MakeRequest("A", "G", "N");
+    post.wantsReply = false;
+    CIPVariable* node = &post.parameter;
+    for (int depth = 0; depth < 100; ++depth) {
+        node = &(*node)("n");
+    }
+    EXPECT_EQ(client->Send(std::move(post), {}), 0u);
+    EXPECT_EQ(asking.CountLines(L"cannot be sent"), 1);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, TransportExchange, testing::Values("local", "nats"),

@@ -7,6 +7,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <stdexcept>
 #include <string>
 #include <sys/socket.h>
@@ -17,20 +18,46 @@
 
 namespace alidade {
 
-/// A NATS server of a test's own on a free port. Start it before the test has threads.
+/// A NATS server of a test's own on a free port. Another process may take the port before the server has it,
+/// so the one that answers there is asked for its name. Start it before the test has threads.
 class CNatsServer {
 public:
     explicit CNatsServer(std::vector<std::string> arguments = {}) : m_arguments(std::move(arguments))
     {
-        m_port = FindFreePort();
-        Start();
+        static int counter = 0;
+        m_name = "test-" + std::to_string(::getpid()) + "-" + std::to_string(++counter);
+        if (!WaitUntil([this] { return m_port = FindFreePort(), TryStart(); })) {
+            throw std::runtime_error("the NATS server does not start");
+        }
     }
     ~CNatsServer() { Stop(); }
 
     /// Again on the same port after Stop.
     void Start()
     {
-        std::vector<std::string> words{ALIDADE_NATS_SERVER, "-a", "127.0.0.1", "-p", std::to_string(m_port)};
+        if (!WaitUntil([this] { return TryStart(); })) {
+            throw std::runtime_error("the NATS server does not start again");
+        }
+    }
+    /// Stands still, with its connections, until Stop.
+    void Freeze() const { ::kill(m_process, SIGSTOP); }
+    void Stop()
+    {
+        if (m_process > 0) {
+            ::kill(m_process, SIGKILL);
+            ::waitpid(m_process, nullptr, 0);
+            m_process = -1;
+        }
+    }
+    /// "127.0.0.1:PORT"
+    std::string GetHost() const { return "127.0.0.1:" + std::to_string(m_port); }
+
+private:
+    /// False when the server ends at once, as it does when the port is taken.
+    bool TryStart()
+    {
+        std::vector<std::string> words{ALIDADE_NATS_SERVER,    "-a",     "127.0.0.1", "-p",
+                                       std::to_string(m_port), "--name", m_name};
         words.insert(words.end(), m_arguments.begin(), m_arguments.end());
         std::vector<char*> pointers;
         for (std::string& word : words) {
@@ -45,22 +72,18 @@ public:
             ::execv(pointers[0], pointers.data());
             ::_exit(127);
         }
-        if (!WaitUntil([this] { return IsListening(); })) {
-            throw std::runtime_error("the NATS server does not start");
+        bool ended = false;
+        const auto answers = [&] {
+            ended = ::waitpid(m_process, nullptr, WNOHANG) == m_process;
+            return ended || IsListening();
+        };
+        if (WaitUntil(answers) && !ended) {
+            return true;
         }
+        m_process = ended ? -1 : m_process;
+        Stop();
+        return false;
     }
-    void Stop()
-    {
-        if (m_process > 0) {
-            ::kill(m_process, SIGKILL);
-            ::waitpid(m_process, nullptr, 0);
-            m_process = -1;
-        }
-    }
-    /// "127.0.0.1:PORT"
-    std::string GetHost() const { return "127.0.0.1:" + std::to_string(m_port); }
-
-private:
     static sockaddr_in Address(int port)
     {
         sockaddr_in address{};
@@ -83,13 +106,25 @@ private:
     {
         const int file = ::socket(AF_INET, SOCK_STREAM, 0);
         const sockaddr_in address = Address(m_port);
-        const bool connected =
-            ::connect(file, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0;
+        // The first thing that a server says is who it is.
+        std::string said;
+        char part[1024];
+        pollfd fd{file, POLLIN, 0};
+        if (::connect(file, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) == 0) {
+            while (said.find('\n') == said.npos && ::poll(&fd, 1, 10000) == 1) {
+                const ssize_t size = ::recv(file, part, sizeof(part), 0);
+                if (size <= 0) {
+                    break;
+                }
+                said.append(part, static_cast<std::size_t>(size));
+            }
+        }
         ::close(file);
-        return connected;
+        return said.find("\"server_name\":\"" + m_name + "\"") != said.npos;
     }
 
     std::vector<std::string> m_arguments;
+    std::string m_name;
     int m_port = 0;
     pid_t m_process = -1;
 };

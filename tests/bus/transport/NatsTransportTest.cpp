@@ -110,7 +110,7 @@ TEST(NatsTransport, CommandsInFlightFailWithTheServerAndTheBusComesBackWithIt)
     serving.Serve("A", "G", "Hold", serving.Hold());
     serving.Serve("A", "G", "Echo", CFakeHost::Echo);
     const auto server = bus.Join(serving);
-    const auto client = bus.Join(asking);
+    const auto client = bus.JoinAndFind(asking, 2);
     const CAnswer held(*client, MakeRequest("A", "G", "Hold"));
     ASSERT_TRUE(WaitUntil([&] { return serving.CountHeld() == 1; }));
     bus.GetServer().Stop();
@@ -119,6 +119,9 @@ TEST(NatsTransport, CommandsInFlightFailWithTheServerAndTheBusComesBackWithIt)
     const CAnswer meanwhile(*client, MakeRequest("A", "G", "Echo"));
     ASSERT_TRUE(meanwhile.Wait());
     EXPECT_FALSE(meanwhile.Get().ok);
+    T_IP_REQUEST post = MakeRequest("A", "G", "Echo");
+    post.wantsReply = false;
+    EXPECT_EQ(client->Send(std::move(post), {}), 0u); // and is not lost without a word
     bus.GetServer().Start();
     EXPECT_TRUE(WaitUntil([&] {
         const CAnswer again(*client, MakeRequest("A", "G", "Echo"));
@@ -132,12 +135,14 @@ class CPlainClient {
 public:
     explicit CPlainClient(const std::string& host)
     {
-        natsConnection_ConnectTo(&m_connection, ("nats://" + host).c_str());
+        const std::string address = "nats://" + host;
+        EXPECT_TRUE(
+            WaitUntil([&] { return natsConnection_ConnectTo(&m_connection, address.c_str()) == NATS_OK; }));
     }
     ~CPlainClient() { natsConnection_Destroy(m_connection); }
 
     /// Sends and waits for an answer; empty when none comes.
-    std::string Ask(const std::string& subject, const std::string& bytes, std::int64_t ms = 20000)
+    std::string Ask(const std::string& subject, const std::string& bytes, std::int64_t ms = 60000)
     {
         natsMsg* reply = nullptr;
         std::string answer;
@@ -148,6 +153,10 @@ public:
         natsMsg_Destroy(reply);
         return answer;
     }
+    void Send(const std::string& subject, const std::string& bytes)
+    {
+        natsConnection_Publish(m_connection, subject.c_str(), bytes.data(), static_cast<int>(bytes.size()));
+    }
     /// The id of the only process on the bus.
     std::string FindProcess()
     {
@@ -157,7 +166,7 @@ public:
         natsConnection_Publish(m_connection, "alidade.all", hello.data(), static_cast<int>(hello.size()));
         natsMsg* message = nullptr;
         std::string id;
-        if (natsSubscription_NextMsg(&message, subscription, 20000) == NATS_OK) {
+        if (natsSubscription_NextMsg(&message, subscription, 60000) == NATS_OK) {
             id = natsMsg_GetSubject(message);
             id = id.substr(id.rfind('.') + 1);
         }
@@ -200,6 +209,24 @@ TEST(NatsTransport, MalformedMessagesAreLoggedAndTheBusGoesOn)
         EXPECT_EQ(answer.substr(0, c.answer.size()), c.answer) << c.what;
     }
     EXPECT_EQ(host.CountLines(L"malformed"), 8);
+}
+
+TEST(NatsTransport, WhatAClientGivesUpThatNeverSaidHelloConcernsNobodyElse)
+{
+    ALIDADE_NEEDS_SERVER();
+    CTestBus bus("nats");
+    CFakeHost host;
+    host.Serve("A", "G", "Hold", host.Hold());
+    host.Serve("A", "G", "N", CFakeHost::Echo);
+    const auto server = bus.Join(host);
+    CPlainClient client(bus.GetServer().GetHost());
+    const std::string process = "alidade.to." + client.FindProcess();
+    client.Send(process + ".first", "\x82\x04\x07"s); // gives up number 7
+    // Number 7 of another, to be aborted with its sender, and then something that is answered.
+    client.Send(process + ".second", "\x89\x02\x07\x60\x60\x61G\x64Hold\xf6\x03\xf6"s);
+    EXPECT_NE(client.Ask(process + ".third", "\x89\x02\x08\x60\x60\x61G\x61N\xf6\x01\xf6"s), "");
+    EXPECT_EQ(host.CountHeld(), 1u);
+    EXPECT_EQ(host.CountAborted(), 0u);
 }
 
 } // namespace

@@ -31,6 +31,14 @@ public:
         EXPECT_NE(transport, nullptr) << std::string(error.begin(), error.end());
         return transport;
     }
+    /// Joins and waits until it knows so many commands of others: on a busy machine they may take longer to
+    /// tell than joining waits for.
+    std::unique_ptr<IIPTransport> JoinAndFind(CFakeHost& host, std::size_t commands = 1) const
+    {
+        auto transport = Join(host);
+        EXPECT_TRUE(WaitUntil([&] { return transport->ListCommands().size() >= commands; }));
+        return transport;
+    }
     const std::string& GetName() const { return m_name; }
     const std::string& GetAddress() const { return m_address; }
     CNatsServer& GetServer() { return *m_server; }

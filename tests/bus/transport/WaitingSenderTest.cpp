@@ -1,3 +1,4 @@
+#include "tests/bus/engine/Receiver.h"
 #include "tests/bus/transport/TestBus.h"
 
 namespace alidade {
@@ -47,7 +48,7 @@ TEST_F(WaitingSender, BringsResultsAndFailuresItself)
         CFakeHost::Echo(std::move(request), std::move(reply));
     });
     const auto server = m_bus.Join(m_serving);
-    const auto client = m_bus.Join(m_asking);
+    const auto client = m_bus.JoinAndFind(m_asking);
     for (int i = 0; i < 100; ++i) {
         T_IP_REQUEST request = MakeRequest("A", "G", "N");
         request.senderWaits = true;
@@ -77,7 +78,7 @@ TEST_F(WaitingSender, ComesAfterWhatWasPostedBefore)
         reply(std::move(answer));
     });
     const auto server = m_bus.Join(m_serving);
-    const auto client = m_bus.Join(m_asking);
+    const auto client = m_bus.JoinAndFind(m_asking, 2);
     for (int i = 0; i < 200; ++i) {
         T_IP_REQUEST post = MakeRequest("A", "G", "Post");
         post.wantsReply = false;
@@ -93,7 +94,7 @@ TEST_F(WaitingSender, ReturnsWhenItIsAbandonedAndAbortsOnlyWhenAskedTo)
     m_serving.Serve("A", "G", "Hold", m_serving.Hold());
     m_serving.Serve("A", "G", "Echo", CFakeHost::Echo);
     const auto server = m_bus.Join(m_serving);
-    const auto client = m_bus.Join(m_asking);
+    const auto client = m_bus.JoinAndFind(m_asking, 2);
     for (const bool asked : {false, true}) {
         const std::size_t before = m_serving.CountHeld();
         T_IP_REQUEST request = MakeRequest("A", "G", "Hold");
@@ -112,7 +113,7 @@ TEST_F(WaitingSender, AbandonedBeforeItArrivesIsAborted)
 {
     m_serving.Serve("A", "G", "Hold", m_serving.Hold());
     const auto server = m_bus.Join(m_serving);
-    const auto client = m_bus.Join(m_asking);
+    const auto client = m_bus.JoinAndFind(m_asking);
     for (int i = 0; i < 100; ++i) {
         T_IP_REQUEST request = MakeRequest("A", "G", "Hold");
         request.senderWaits = true;
@@ -125,11 +126,44 @@ TEST_F(WaitingSender, AbandonedBeforeItArrivesIsAborted)
     EXPECT_TRUE(WaitUntil([&] { return m_serving.CountHeld() == 100 && m_serving.CountAborted() == 100; }));
 }
 
+TEST_F(WaitingSender, GivesItsConnectionBackWhenItsRequestCannotTravel)
+{
+    std::atomic<bool> free{false};
+    m_serving.Serve("A", "G", "N", [&](T_IP_REQUEST&& request, IP_REPLY_HANDLER reply) {
+        free = request.threadIsFree;
+        CFakeHost::Echo(std::move(request), std::move(reply));
+    });
+    const auto server = m_bus.Join(m_serving);
+    const auto bus = std::make_shared<CIPBus>();
+    CIPClient client(nullptr, nullptr, "", bus);
+    CString error;
+    ASSERT_EQ(bus->Join(m_bus.GetAddress().c_str(), error), 1);
+    ASSERT_TRUE(WaitUntil([&] { return !client.ListIPCommands().empty(); }));
+    CIPVariable deep;
+    CIPVariable* node = &deep;
+    for (int depth = 0; depth < 100; ++depth) {
+        node = &(*node)("n");
+    }
+    for (int i = 0; i < 20; ++i) { // more than there are
+        EXPECT_EQ(client.SendIPCommand("", "A", "G", "N", deep, INFINITE, nullptr), 0);
+        EXPECT_NE(CIPClient::GetLastIPError().find(L"nested deeper"), CString::npos);
+    }
+    EXPECT_EQ(client.SendIPCommand("", "A", "G", "N", CIPVariable(), INFINITE, nullptr), 1);
+    EXPECT_TRUE(free);
+    EXPECT_EQ(client.PostIPCommand("", "A", "G", "N", deep, nullptr), 0);
+    EXPECT_NE(CIPClient::GetLastIPError().find(L"nested deeper"), CString::npos);
+
+    // What a receiver without a unit name sends to its own unit is for nobody else.
+    CReceiver nameless(client, "");
+    CIPVariable out;
+    EXPECT_EQ(nameless.SendIPCommand("G", "N", CIPVariable(), out, INFINITE), 0);
+}
+
 TEST_F(WaitingSender, ReturnsWithAFailureWhenEitherSideLeaves)
 {
     m_serving.Serve("A", "G", "Hold", m_serving.Hold());
     auto server = m_bus.Join(m_serving);
-    auto client = m_bus.Join(m_asking);
+    auto client = m_bus.JoinAndFind(m_asking);
     for (const bool own : {false, true}) {
         std::vector<std::unique_ptr<CWaitingSender>> senders;
         for (int i = 0; i < 20; ++i) { // more than have a connection of their own

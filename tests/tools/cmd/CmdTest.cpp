@@ -170,5 +170,41 @@ TEST_F(CmdProgram, WatchPrintsEachChangeOfABlock)
     EXPECT_EQ(lines.size(), 3u) << run.output;
 }
 
+TEST_F(CmdProgram, WatchShowsNumbersOfOneWrite)
+{
+    constexpr int kItems = 200;
+    CIPDataWriter writer(L"Tavro");
+    CString error;
+    std::vector<T_IP_DATA_ITEM> items;
+    for (int i = 0; i < kItems; ++i) {
+        items.push_back({Format("d%d", i), i % 2 == 0 ? IPDATA_DOUBLE : IPDATA_INT, 0});
+    }
+    ASSERT_TRUE(writer.Create("MotorPosition", items, error)) << ToNarrow(error);
+    std::atomic<bool> stop{false};
+    std::thread machine([&] {
+        for (int write = 1; !stop; ++write) {
+            writer.Begin();
+            for (int i = 0; i < kItems; ++i) {
+                writer.SetInt(i, write);
+            }
+            writer.Commit();
+        }
+    });
+    const T_PROGRAM_RUN run = Run({"--watch", "MotorPosition", "--count", "1000"});
+    stop = true;
+    machine.join();
+    EXPECT_EQ(run.status, 0);
+    std::istringstream output(run.output);
+    for (std::string line; std::getline(output, line);) {
+        const std::string first = line.substr(6, line.find_first_of(".,") - 6);
+        std::size_t same = 0;
+        for (std::size_t at = 0; (at = line.find(":" + first, at)) != line.npos; ++at) {
+            const char behind = line[at + 1 + first.size()];
+            same += behind == '.' || behind == ',' || behind == '}' ? 1 : 0;
+        }
+        ASSERT_EQ(same, kItems) << line;
+    }
+}
+
 } // namespace
 } // namespace alidade
