@@ -207,6 +207,10 @@ int CProfile::Save(const wchar_t* path, CArchiveU::eENCODING encoding)
 {
     Impl& impl = *m_pImpl;
     const fs::path file = ToPath(path != nullptr ? CString(path) : impl.path);
+    if (file.empty()) {
+        impl.Log(L"CProfile::Save : no file is named");
+        return 0;
+    }
     std::string merged = MergeIni(impl.text, impl.root);
     if (const T_INI_SCAN check = ScanIni(merged); check.badLines > 0) {
         impl.Log(Format(L"CProfile::Save : %s is not written: it would hold too many settings, or sections "

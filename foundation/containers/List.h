@@ -38,7 +38,8 @@ public:
     /// Exchanges the items at two indices (no special values). 0 when one is out of range. The cursor
     /// stays where it is.
     virtual int Swap(int a, int b) = 0;
-    /// Reverses the order. The cursor stays on its item.
+    /// Reverses the order. The cursor stays on its item; after Reset its index is the last one then, so that
+    /// the following Next is past the end.
     virtual void Reverse() = 0;
 
     bool IsOwner() const { return m_bOwner; }
@@ -192,9 +193,7 @@ public:
         oldHead->next = nullptr;
         oldTail->prev = oldHead;
         m_pHead = oldTail;
-        if (this->m_pCurrent != nullptr) {
-            this->m_nCursor = Count() - this->m_nCursor - 1;
-        }
+        this->m_nCursor = Count() - this->m_nCursor - 1;
     }
 
     /// Sorts the items ascending by TListOrder<T>; null items come first. Among equal items the order is

@@ -120,11 +120,15 @@ public:
     }
     const Node* NodeAt(int index) const override { return MoveTo(index); }
     Node* NodeAt(int index) override { return MoveTo(index); }
-    const Node* CurrentNode() const override { return m_pCurrent; }
-    Node* CurrentNode() override { return m_pCurrent; }
+    const Node* CurrentNode() const override { return MoveTo(-2); }
+    Node* CurrentNode() override { return MoveTo(-2); }
 
     /// Index of the cursor; 0 also after Reset and in an empty list.
-    int GetCursor() const { return m_nCursor; }
+    int GetCursor() const
+    {
+        CS lock(m_pIterLock);
+        return m_nCursor;
+    }
 
     /// Index of the first entry identical to `item` behind `index` (below -1 counts as -1), or -1; stored
     /// in `index` too. The cursor does not move.

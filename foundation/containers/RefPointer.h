@@ -56,16 +56,9 @@ public:
     }
     ~TRefPointer() { Release(); }
 
-    TRefPointer& operator=(const TRefPointer& other) noexcept
-    {
-        TRefPointer(other).Exchange(*this);
-        return *this;
-    }
-    TRefPointer& operator=(TRefPointer&& other) noexcept
-    {
-        TRefPointer(std::move(other)).Exchange(*this);
-        return *this;
-    }
+    /// The old object goes first, while the handle is empty.
+    TRefPointer& operator=(const TRefPointer& other) noexcept { return Take(TRefPointer(other)); }
+    TRefPointer& operator=(TRefPointer&& other) noexcept { return Take(TRefPointer(std::move(other))); }
 
     /// The object, or null when the handle is empty or the object is gone.
     T* Get() const noexcept { return IsValid() ? m_pObject : nullptr; }
@@ -125,10 +118,12 @@ private:
             m_pBlock->nRefs.fetch_add(1, std::memory_order_relaxed);
         }
     }
-    void Exchange(TRefPointer& other) noexcept
+    TRefPointer& Take(TRefPointer&& taken) noexcept
     {
-        std::swap(m_pObject, other.m_pObject);
-        std::swap(m_pBlock, other.m_pBlock);
+        Release();
+        std::swap(m_pObject, taken.m_pObject);
+        std::swap(m_pBlock, taken.m_pBlock);
+        return *this;
     }
     static void Destroy(T* object, bool isArray)
     {

@@ -98,6 +98,8 @@ TEST_F(ProfileDamage, AFileThatCannotBeReadLeavesTheContent)
     EXPECT_EQ(m_profile.Load(L""), 0);
     EXPECT_STREQ(Value(L"S", L"x"), L"1");
     EXPECT_EQ(CProfile().Save(), 0);
+    EXPECT_EQ(m_profile.Save(L""), 0);
+    EXPECT_EQ(m_log.Count("no file is named"), 1);
 }
 
 TEST_F(ProfileDamage, AFileCutAnywhereGivesTheLinesBeforeTheCut)

@@ -141,7 +141,10 @@ TEST(ListCursor, ReverseKeepsTheCursorOnItsItem)
     Fill(list, "abc", 2);
     list.Reset();
     list.Reverse();
-    EXPECT_EQ(LetterOf(list.Next()), 'b'); // a reset cursor stays reset
+    EXPECT_EQ(list.Current(), nullptr);
+    EXPECT_EQ(list.GetCursor(), 2); // the index is turned whether or not the cursor stands on an item
+    EXPECT_EQ(LetterOf(list.Next()), '-');
+    EXPECT_EQ(LetterOf(list.Next()), 'b');
 }
 
 TEST(ListCursor, FreeIteratorsAreCountedAndMoveAlone)

@@ -156,6 +156,44 @@ TEST(List, TheLockGoesOnAndOffAndOperationsNestInIt)
     EXPECT_NE((TRefList<T_COUNTED>(true).GetLock()), nullptr);
 }
 
+TEST(List, EveryOperationTakesTheLock)
+{
+    struct {
+        const char* name;
+        void (*run)(CLetters&);
+    } const operations[] = {
+        {"Insert", [](CLetters& list) { list.Insert(new char('x')); }},
+        {"Delete", [](CLetters& list) { list.Delete(); }},
+        {"Swap", [](CLetters& list) { list.Swap(0, 1); }},
+        {"Reverse", [](CLetters& list) { list.Reverse(); }},
+        {"Sort", [](CLetters& list) { list.Sort(); }},
+        {"HasNext", [](CLetters& list) { list.HasNext(); }},
+        {"First", [](CLetters& list) { list.First(); }},
+        {"Last", [](CLetters& list) { list.Last(); }},
+        {"Current", [](CLetters& list) { list.Current(); }},
+        {"Next", [](CLetters& list) { list.Next(); }},
+        {"Previous", [](CLetters& list) { list.Previous(); }},
+        {"Reset", [](CLetters& list) { list.Reset(); }},
+        {"NodeAt", [](CLetters& list) { list.NodeAt(1); }},
+        {"CurrentNode", [](CLetters& list) { list.CurrentNode(); }},
+        {"GetCursor", [](CLetters& list) { list.GetCursor(); }},
+        {"Find",
+         [](CLetters& list) {
+             int i = -1;
+             list.Find(nullptr, i);
+         }},
+        {"DeleteAll", [](CLetters& list) { list.DeleteAll(); }},
+        {"RemoveAll", [](CLetters& list) { list.RemoveAll(); }},
+    };
+    CLetters list(true);
+    Fill(list, "cab");
+    for (const auto& operation : operations) {
+        const std::uint32_t before = list.GetLock()->CountRequests();
+        operation.run(list);
+        EXPECT_GT(list.GetLock()->CountRequests(), before) << operation.name;
+    }
+}
+
 TEST(List, ThreadsShareAListWithALock)
 {
     constexpr int kEach = 20000;

@@ -29,6 +29,14 @@ static_assert(!std::is_convertible_v<T_NODE*, CNodeRef>, "ownership is taken in 
 static_assert(std::is_same_v<decltype(*std::declval<CConstNodeRef&>()), const T_NODE&>);
 static_assert(std::is_same_v<decltype(std::declval<CConstNodeRef&>().Get()), const T_NODE*>);
 
+/// Its end looks at the handle that held it.
+struct T_LOOKING {
+    T_LOOKING(const TRefPointer<T_LOOKING>& holder, int& count) : handle(holder), timesEmpty(count) {}
+    ~T_LOOKING() { timesEmpty += !handle.IsValid(); }
+    const TRefPointer<T_LOOKING>& handle;
+    int& timesEmpty;
+};
+
 class RefPointer : public testing::Test {
 protected:
     void SetUp() override { T_NODE::s_destroyed = 0; }
@@ -92,6 +100,19 @@ TEST_F(RefPointer, AssignmentDropsTheOldObjectAndSurvivesItself)
     chain = chain->next;
     EXPECT_EQ(chain->value, 7);
     EXPECT_EQ(T_NODE::s_destroyed, 2);
+}
+
+TEST_F(RefPointer, TheOldObjectGoesWhileTheHandleIsEmpty)
+{
+    int timesEmpty = 0;
+    TRefPointer<T_LOOKING> handle;
+    for (int i = 0; i < 3; ++i) {
+        const TRefPointer<T_LOOKING> next(new T_LOOKING(handle, timesEmpty));
+        handle = next;
+    }
+    handle = TRefPointer<T_LOOKING>(new T_LOOKING(handle, timesEmpty));
+    handle.Release();
+    EXPECT_EQ(timesEmpty, 4);
 }
 
 TEST_F(RefPointer, ADetachedObjectOutlivesItsHandles)

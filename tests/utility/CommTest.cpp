@@ -190,7 +190,8 @@ TEST_P(Comm, ReadingEndsWithTheTimeAndGivesWhatCame)
     EXPECT_EQ(port.Read(buffer, 8, 0), 0u) << "no waiting at all";
     EXPECT_EQ(port.Read(buffer, 8, 20), 0u);
     line.Send("abc");
-    EXPECT_EQ(port.Read(buffer, 8, 200), 3u) << "a part counts";
+    EXPECT_EQ(port.Read(buffer, 1, kLong), 1u); // the rest has come too, then
+    EXPECT_EQ(port.Read(buffer + 1, 7, 20), 2u) << "a part counts";
     EXPECT_EQ(std::string(buffer, 3), "abc");
     EXPECT_EQ(port.GetError(), L"") << "a time-out is no error";
     std::thread late([&] { line.Send("late"); });
@@ -233,10 +234,10 @@ TEST_P(Comm, ALineThatTheOtherSideClosesEndsReadingAndWriting)
     ASSERT_EQ(OpenPlain(port, line.Name()), 1);
     line.Close();
     char buffer[4];
-    EXPECT_EQ(port.Read(buffer, 4, 200), 0u);
+    EXPECT_EQ(port.Read(buffer, 4, kLong), 0u);
     EXPECT_NE(port.GetError(), L"");
     EXPECT_EQ(port.Read(buffer, 4, INFINITE), 0u) << "without a limit too";
-    EXPECT_EQ(port.Write("x", 1, 200), 0u);
+    EXPECT_EQ(port.Write("x", 1, kLong), 0u);
     EXPECT_EQ(port.Close(), 1);
 }
 
