@@ -8,6 +8,7 @@
 #include "layout/CameraLayoutItem.h"
 #include "layout/LayoutArchive.h"
 
+#include <cerrno>
 #include <exception>
 #include <fstream>
 
@@ -42,6 +43,25 @@ int ReadLayoutFile(const std::filesystem::path& path, CStringA& bytes, CString& 
     return file.read(bytes.data(), static_cast<std::streamsize>(bytes.size())) ? 1 : 0;
 }
 
+/// Writes over the file in place: it stays the file that it is, and after a failure it has what was written.
+int WriteLayoutFile(const std::filesystem::path& path, const CStringA& bytes, CString& error)
+{
+    std::error_code failed;
+    if (const auto status = std::filesystem::status(path, failed);
+        std::filesystem::exists(status) && !std::filesystem::is_regular_file(status)) {
+        return ReplaceFileWith(path, bytes, &error); // into a device it writes, not waiting for a reader
+    }
+    errno = 0;
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    if (!file) {
+        error = ToWide(std::generic_category().message(errno != 0 ? errno : EIO));
+        return 0;
+    }
+    return 1;
+}
+
 } // namespace
 
 int CCameraLayoutItem::Load(const wchar_t* path)
@@ -65,7 +85,7 @@ int CCameraLayoutItem::Store(const wchar_t* path) const
         CArchiveU archive;
         StoreLayout(archive, *this);
         CString error;
-        return ReplaceFileWith(PathOf(path), archive.GetData(), &error) != 0 ? 1 : Fail(L"Store", error);
+        return WriteLayoutFile(PathOf(path), archive.GetData(), error) != 0 ? 1 : Fail(L"Store", error);
     } catch (const std::exception& exception) {
         return Fail(L"Store", GetErrorMessage(exception));
     }

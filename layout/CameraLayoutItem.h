@@ -51,7 +51,8 @@ public:
     /// @return 1, or 0: cannot be opened (logged), no layout file (not logged), damaged or larger than a
     /// layout may be (logged, see LayoutArchive.h)
     int Load(const wchar_t* path);
-    /// Replaces the file as a whole: after a failure the old one is there as it was.
+    /// Writes over the file in place, so its links and rights stay. A disk that is full leaves it as far as
+    /// it came; a layout that exceeds the bounds of LayoutArchive.h leaves the old file.
     /// @return 1, or 0 with the reason in the log
     int Store(const wchar_t* path) const;
 

@@ -12,6 +12,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
+#include <QTextDocument>
 #include <algorithm>
 #include <utility>
 #include <vector>
@@ -248,7 +249,8 @@ void CCameraPaneWnd::BuildTabs(T_LIMITS& limits, int level)
         const QString name = ShownText(child.windowTitle());
         const QString label = m_pTabCtrl->fontMetrics().elidedText(name, Qt::ElideRight, kLabelWidth);
         m_pTabCtrl->addTab(&child, QString(label).replace('&', "&&"));
-        m_pTabCtrl->setTabToolTip(index, label != name ? name.toHtmlEscaped() : QString());
+        const QString tip = Qt::mightBeRichText(name) ? name.toHtmlEscaped() : name;
+        m_pTabCtrl->setTabToolTip(index, label != name ? tip : QString());
         child.Build(CNode(node, item), limits, level + 1);
         if (self == nullptr) {
             return;

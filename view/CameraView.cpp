@@ -25,6 +25,12 @@ constexpr int kActiveFrameWidth = 5;
 
 const QEvent::Type kRepaint = static_cast<QEvent::Type>(QEvent::registerEventType());
 
+/// Which of `pixels` lies at a screen position, when they are drawn from `begin` on, `drawn` px long.
+int GetPixelAt(double at, int begin, int drawn, int pixels)
+{
+    return drawn > 0 ? static_cast<int>(std::floor((std::floor(at) - begin) * pixels / drawn)) : -1;
+}
+
 } // namespace
 
 CCameraView* CCameraView::s_pActiveView = nullptr;
@@ -119,8 +125,11 @@ void CCameraView::Attach(const TRefPointer<CFrameGrabber>& grabber)
         std::lock_guard lock(m_grabberLock);
         m_pFrameGrabber = grabber;
     }
-    m_display->Start(grabber);
     if (grabber) {
+        if (!m_display->Start(grabber)) {
+            WriteErrorLog(L"CCameraView::SetFrameGrabber - nothing is shown: the system has no thread or "
+                          L"handle left");
+        }
         grabber->StartCapture();
     }
 }
@@ -426,10 +435,11 @@ void CCameraView::OnMouseMoved(const QPointF& logical)
     m_menuBar->OnMouseMoved(logical.toPoint());
     const TPoint2<double> at = ToScreen(logical);
     const QRect area = GetPictureArea();
-    const cv::Mat& picture = m_picture.GetFrame().picture;
-    const QPoint origin = GetPictureOrigin(picture.size(), area);
-    m_mouse.pixel.x = static_cast<int>(std::floor(at.x)) - std::max(area.left(), origin.x());
-    m_mouse.pixel.y = static_cast<int>(std::floor(at.y)) - std::max(area.top(), origin.y());
+    const cv::Size picture = m_picture.GetFrame().picture.size();
+    const cv::Size target = m_picture.GetFrame().geometry.target;
+    const QPoint origin = GetPictureOrigin(target, area);
+    m_mouse.pixel = {GetPixelAt(at.x, std::max(area.left(), origin.x()), target.width, picture.width),
+                     GetPixelAt(at.y, std::max(area.top(), origin.y()), target.height, picture.height)};
     m_mouse.current = m_transforms.StageFromScreen(at);
 }
 

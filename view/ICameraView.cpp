@@ -64,6 +64,9 @@ int ICameraView::Create(const wchar_t* text, const QRect& rect, QWidget* parent,
         return 0;
     }
     show();
+    if (isVisibleTo(window())) {
+        setFocus();
+    }
     return 1;
 }
 

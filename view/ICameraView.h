@@ -25,9 +25,9 @@ public:
     class CDYNAMIC_CREATE {
     public:
         explicit CDYNAMIC_CREATE(const wchar_t* className) : m_strClassName(className) {}
-        virtual ~CDYNAMIC_CREATE() = default;
         /// A new view without a window; the caller owns it.
         virtual ICameraView* NewObject() = 0;
+        virtual ~CDYNAMIC_CREATE() = default;
         const CString& GetClassName() const { return m_strClassName; }
 
     private:
@@ -46,7 +46,8 @@ public:
     explicit ICameraView(CIPClient* client);
     ~ICameraView() override;
 
-    /// Makes the window: a child of `parent`, visible as its parent is.
+    /// Makes the window: a child of `parent`, visible as its parent is. It gets the keyboard, unless it lies
+    /// in a part of the host's window that is hidden, as a tab behind another.
     /// @param rect        px of the parent
     /// @param identifier  see widgets/WindowId.h
     /// @return 1; 0 when there is one already

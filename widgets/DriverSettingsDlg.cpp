@@ -47,6 +47,8 @@ int CDriverSettingsDlg::SyncData(int store)
         }
         if (store == 0) {
             row->SetValue(m_settings.GetItemValue(key, row->GetValue().c_str()));
+        } else if (row->GetValue() == m_settings.GetItemValue(key, L"")) {
+            continue; // a text that was set empty is not the default
         } else if (row->GetValue().empty()) {
             m_settings.DeleteItem(key);
         } else {

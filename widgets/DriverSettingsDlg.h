@@ -7,9 +7,9 @@
 
 namespace alidade {
 
-/// Shows and edits the settings of one camera driver, as the driver describes them. A setting that is left or
-/// made empty is taken out of the section, so that the driver's own default holds; other keys of the section
-/// stay.
+/// Shows and edits the settings of one camera driver, as the driver describes them. A setting that is made
+/// empty is taken out of the section, so that the driver's own default holds; one that the section has as an
+/// empty text, and other keys of the section, stay as they are.
 class ALIDADE_API CDriverSettingsDlg : public CMDialogEx {
 public:
     /// @param driver    its name as CFrameGrabber::GetFrameGrabberList gives it; an unknown one has no rows

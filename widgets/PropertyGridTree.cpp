@@ -159,8 +159,7 @@ void CPropertyGridTree::resizeEvent(QResizeEvent* event)
 void CPropertyGridTree::showEvent(QShowEvent* event)
 {
     QTreeWidget::showEvent(event);
-    // What was scrolled to before the size was known stands anywhere: the top, if the selected row is near
-    // it.
+    // What was scrolled to before the size was known stands anywhere: the top, if the selected row is near.
     QTimer::singleShot(0, this, [this] {
         scrollToTop();
         if (currentItem() != nullptr) {

@@ -1,6 +1,10 @@
 #include "tools/layout/LayoutJson.h"
+#include "foundation/platform/Text.h"
+#include "layout/LayoutWalk.h"
 #include "tests/layout/LayoutHarness.h"
+#include "tests/support/FrameGrabberTestAccess.h"
 
+#include <fstream>
 #include <gtest/gtest.h>
 
 namespace alidade {
@@ -88,7 +92,7 @@ TEST(LayoutJson, AnErrorSaysWhereItIs)
         {"{\n  \"pane\": tru }", "parse error at line 2, column 14"},
         {"{\"name\": \"\xFF\"}", "parse error at line 1, column 11"},
         {"{} {}", "parse error at line 1, column 4"},
-        {"[]", ": must be an object"},
+        {"[]", "/: must be an object"},
         {R"({"name": 5})", "/name: must be a text"},
         {R"({"pane": "yes"})", "/pane: must be true, false or a whole number of 32 bits"},
         {R"({"reserved1": true})", "/reserved1: must be a whole number of 32 bits"},
@@ -128,6 +132,24 @@ TEST(LayoutJson, AnyDepthOfNodesIsTakenAndABoundedOneOfSections)
     EXPECT_THROW(
         LayoutFromJson(R"({"settings": )" + Repeat(R"({"sections":[)", kDeep) + Repeat("]}", kDeep) + "}"),
         CLayoutJsonError);
+}
+
+TEST(LayoutJson, TheShippedLayoutHasNoCameraThatWouldCountAsStopped)
+{
+    std::ifstream file(DEMO_LAYOUT, std::ios::binary);
+    const std::string json{std::istreambuf_iterator<char>(file), {}};
+    const TRefPointer<CFrameGrabber> grabber = CFrameGrabberTestAccess::Make(nullptr);
+    int cameras = 0;
+    const auto check = [&](const CCameraLayoutItem& node) {
+        if (!node.IsPane()) {
+            const CString key = node.m_strFrameGrabber + L".FrameRate";
+            const double rate = std::stod(node.GetSettingValue(key.c_str(), L"0"));
+            EXPECT_GT(rate * grabber->GetGrabTimeout() / 1000.0, 1.2) << ToNarrow(key);
+            ++cameras;
+        }
+    };
+    WalkLayout(LayoutFromJson(json), check, [](const CCameraLayoutItem&) {});
+    EXPECT_EQ(cameras, 4);
 }
 
 } // namespace

@@ -23,6 +23,7 @@ TEST(DriverSettingsDlg, EditsTheSettingsOfADriverByItsName)
     settings.SetItemValue(L"Dummy.FrameRate", L"30");
     settings.SetItemValue(L"Dummy.resolution", L"640x480");
     settings.SetItemValue(L"Image.FlipX", L"True");
+    settings.SetItemValue(L"Dummy.Color", L""); // for some drivers another thing than the default
     CDriverSettingsDlg dialog(L"Dummy", settings);
     ASSERT_EQ(dialog.GetProperties().Count(), static_cast<int>(CFrameGrabberDummy::GetSettingTable().size()));
     ShowActive(dialog);
@@ -40,7 +41,8 @@ TEST(DriverSettingsDlg, EditsTheSettingsOfADriverByItsName)
     EXPECT_STREQ(dialog.GetSettings().GetItemValue(L"Image.FlipX", L""), L"True");
     // An empty value leaves the default to the driver, and so do rows that nobody touched.
     EXPECT_FALSE(dialog.GetSettings().HasItem(L"Dummy.resolution"));
-    EXPECT_FALSE(dialog.GetSettings().HasItem(L"Dummy.Color"));
+    EXPECT_FALSE(dialog.GetSettings().HasItem(L"Dummy.Type"));
+    EXPECT_STREQ(dialog.GetSettings().GetItemValue(L"Dummy.Color", L"?"), L"");
     EXPECT_STREQ(settings.GetItemValue(L"Dummy.FrameRate", L""), L"30");
 }
 

@@ -146,7 +146,7 @@ void ReadSection(const Json& source, CProfileSection& section, const std::string
         Refuse(place, "must be an object");
     }
     if (depth > kMaxArchivedSectionDepth) {
-        throw CLayoutJsonError("settings: sections are nested deeper than " +
+        throw CLayoutJsonError("/settings: sections are nested deeper than " +
                                std::to_string(kMaxArchivedSectionDepth));
     }
     for (const auto& [key, value] : source.items()) {
@@ -255,7 +255,8 @@ CCameraLayoutItem LayoutFromJson(std::string_view text)
             open.push_back({&node, ReadNode(child, node)});
         }
     } catch (const CLayoutJsonError& error) {
-        throw CLayoutJsonError(PlaceOf(open) + error.what());
+        const std::string place = PlaceOf(open) + error.what();
+        throw CLayoutJsonError(place.starts_with('/') ? place : "/" + place);
     }
     return root;
 }

@@ -67,7 +67,7 @@ TEST(PaneActivation, BringsItsDocumentAndTheMainWindowToTheFront)
     };
     EXPECT_EQ(activate(0, "1"), 1);
     EXPECT_TRUE(frame.isVisible()) << "the main window was not there yet";
-    ASSERT_TRUE(QTest::qWaitForWindowActive(&frame));
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&frame, 20000));
     EXPECT_EQ(area->activeSubWindow(), documents[0]);
 
     frame.showMinimized();

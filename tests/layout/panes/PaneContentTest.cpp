@@ -4,6 +4,8 @@
 #include "tests/support/LogLines.h"
 
 #include <QPointer>
+#include <QTextDocument>
+#include <QTextDocumentFragment>
 #include <stdexcept>
 
 namespace alidade {
@@ -67,6 +69,27 @@ TEST(PaneContent, NumbersItsChildrenAndBars)
     tabs.Resize(300, 200);
     EXPECT_EQ(control->size(), QSize(300, 200));
     EXPECT_LE(tabs.root->GetCameraView("0")->width(), 300);
+}
+
+TEST(PaneContent, ALongLabelIsCutAndItsToolTipHasTheWholeName)
+{
+    CCameraLayoutItem layout = Row(3, TABBED);
+    const QString names[] = {"short & <b>", QString(50, 'W') + " & \"right\"",
+                             QString(50, 'W') + " <b>&amp;</b>"};
+    for (int i = 0; i < 3; ++i) {
+        layout.GetChildPane(i)->SetName(names[i].toStdWString().c_str());
+    }
+    CPaneWindow shown(layout, 900, 400);
+    const QTabWidget* tabs = shown.root->GetTabCtrl();
+    EXPECT_EQ(tabs->tabText(0), "short && <b>");
+    EXPECT_EQ(tabs->tabToolTip(0), "");
+    for (int i = 1; i < 3; ++i) {
+        EXPECT_LE(tabs->fontMetrics().horizontalAdvance(tabs->tabText(i)), 240);
+        const QString tip = tabs->tabToolTip(i);
+        const QString read =
+            Qt::mightBeRichText(tip) ? QTextDocumentFragment::fromHtml(tip).toPlainText() : tip;
+        EXPECT_EQ(read, names[i]);
+    }
 }
 
 TEST(PaneContent, NothingIsMadeWithoutAWindowAndWhatWasThereIsGone)

@@ -92,15 +92,6 @@ TEST(PaneGeometry, ABarIsNotDraggedOverItsNeighboursOrTheEdge)
     EXPECT_EQ(row.Bar(0).m_nPending, -1);
 }
 
-TEST(PaneGeometry, KeysMoveTheTilesToo)
-{
-    CPaneWindow column(Row(2, STACKED), 300, 400);
-    column.Bar(0).setFocus(Qt::TabFocusReason);
-    Press(Qt::Key_Down);
-    Press(Qt::Key_Up, Qt::ShiftModifier);
-    EXPECT_EQ(Tiles(*column.root, true), (Spans{{0, 204}, {210, 400}}));
-}
-
 TEST(PaneGeometry, ATitleBarTakesItsStripAndMovesNothing)
 {
     CPaneWindow row(

@@ -1,6 +1,8 @@
 #include "MenuBarHarness.h"
 #include "view/menubar/ExpandFade.h"
 
+#include <functional>
+
 namespace alidade {
 namespace {
 
@@ -13,6 +15,19 @@ int Strength(CBarView& view)
         most = std::max(most, std::abs(image.pixelColor(x, image.height() / 2).green() - 128));
     }
     return most;
+}
+
+/// Lets the fade's timer tick until something holds. False when that does not come.
+bool FadeUntil(QTimer& timer, const std::function<bool()>& holds)
+{
+    for (int tick = 0; !holds(); ++tick) {
+        if (tick == 200 || !timer.isActive()) {
+            return false;
+        }
+        QTimerEvent event(timer.timerId());
+        QCoreApplication::sendEvent(&timer, &event);
+    }
+    return true;
 }
 
 TEST(ExpandFade, CountsInAndOut)
@@ -65,18 +80,19 @@ TEST(ExpandDecoration, ShowsUnderTheMouseAndGoesWithIt)
     EXPECT_FALSE(view.m_bar->IsToolMenuVisible());
     EXPECT_EQ(view.m_bar->GetCoveredHeight(), 0);
     EXPECT_GT(Strength(view), 40) << "it is there at once";
-    QCursor::setPos(view.mapToGlobal(off));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Strength(view) == 0; }, 20000));
-    const auto* timer = view.m_bar->findChild<QTimer*>();
+    auto* timer = view.m_bar->findChild<QTimer*>(QString(), Qt::FindDirectChildrenOnly);
     ASSERT_NE(timer, nullptr);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !timer->isActive(); }, 20000)) << "nobody wakes up for nothing";
+    EXPECT_EQ(timer->interval(), 10);
+    QCursor::setPos(view.mapToGlobal(off));
+    EXPECT_TRUE(FadeUntil(*timer, [&] { return Strength(view) == 0; }));
+    EXPECT_TRUE(FadeUntil(*timer, [&] { return !timer->isActive(); })) << "nobody wakes up for nothing";
 
     EXPECT_EQ(view.m_bar->HitExpandButton(on), 1);
     EXPECT_EQ(view.m_bar->HitExpandButton(off), 0);
     EXPECT_EQ(Strength(view), 0) << "a look is no mouse move";
     QCursor::setPos(view.mapToGlobal(on));
     QTest::mouseMove(&view, on);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return Strength(view) > 40; }, 20000));
+    EXPECT_TRUE(FadeUntil(*timer, [&] { return Strength(view) > 40; }));
     view.m_bar->SetToolMenuVisible(true);
     EXPECT_EQ(view.m_shown, 1) << "the view does that itself";
     view.m_bar->SetToolMenuVisible(false);

@@ -61,8 +61,8 @@ TEST(PasswordDlg, AsksUntilItIsRight)
                                   EXPECT_EQ(dialog.findChild<QLabel*>()->text(), "Password : ");
                                   EXPECT_EQ(dialog.parentWidget(), &parent);
                                   const QPoint to = dialog.pos() + QPoint(37, 21);
-                                  dialog.windowHandle()->setPosition(to); // as the desktop does it
-                                  QTest::qWaitFor([&] { return dialog.pos() == to; });
+                                  dialog.windowHandle()->setFramePosition(to); // as the desktop does it
+                                  EXPECT_TRUE(QTest::qWaitFor([&] { return dialog.pos() == to; }, 20000));
                                   left = dialog.pos();
                                   Enter(dialog, "secret");
                               },

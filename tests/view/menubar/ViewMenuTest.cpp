@@ -114,11 +114,11 @@ TEST(ViewMenu, OpensBelowItsControlAndKeysReachAnItem)
     press(Qt::Key_Down); // Image
     press(Qt::Key_Down); // Display
     press(Qt::Key_Right);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activePopupWidget() != menu; }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activePopupWidget() != menu; }, 20000));
     press(Qt::Key_Down);
     press(Qt::Key_Return);
     EXPECT_TRUE(view.m_chosen.empty()) << "it comes from the event loop";
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !view.m_chosen.empty(); }));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !view.m_chosen.empty(); }, 20000));
     EXPECT_EQ(view.m_chosen, std::vector<int>{32806});
     EXPECT_FALSE(view.m_menuWasOpen);
 }
@@ -150,10 +150,11 @@ TEST(ViewMenu, AChosenItemMayTakeTheViewAway)
     view->m_bar->OpenMenu();
     QTest::keyClick(view->m_bar->GetMenu(), Qt::Key_Down);
     QTest::keyClick(view->m_bar->GetMenu(), Qt::Key_Right);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return QApplication::activePopupWidget() != view->m_bar->GetMenu(); }));
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return QApplication::activePopupWidget() != view->m_bar->GetMenu(); }, 20000));
     QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Up);
     QTest::keyClick(QApplication::activePopupWidget(), Qt::Key_Return);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return view.isNull(); }));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return view.isNull(); }, 20000));
 }
 
 } // namespace

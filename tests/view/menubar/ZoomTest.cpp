@@ -149,13 +149,13 @@ TEST_F(ZoomBox, ArrowsAndTheListChooseAndTheButtonToggles)
 
     m_box->showPopup();
     QListView* list = nullptr;
-    ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activePopupWidget() != nullptr; }));
+    ASSERT_TRUE(QTest::qWaitFor([] { return QApplication::activePopupWidget() != nullptr; }, 20000));
     list = qobject_cast<QListView*>(m_box->view());
     ASSERT_NE(list, nullptr);
     EXPECT_GE(list->width(), 80);
     list->setCurrentIndex(list->model()->index(6, 0));
     QTest::keyClick(list, Qt::Key_Return);
-    ASSERT_TRUE(QTest::qWaitFor([this] { return m_view.Factor() == 2.0; }));
+    ASSERT_TRUE(QTest::qWaitFor([this] { return m_view.Factor() == 2.0; }, 20000));
 
     m_view.Click(MENU_BAR_ZOOM_TOGGLE);
     EXPECT_EQ(m_box->currentText(), "Fit");

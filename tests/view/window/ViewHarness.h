@@ -13,13 +13,14 @@
 #include <QMenu>
 #include <QPointer>
 #include <QScreen>
+#include <QTimer>
 
 namespace alidade {
 
-/// Serves the windows until `done`; false after 20 seconds.
+/// Serves the windows until `done`; false after a minute, which only a fault reaches.
 inline bool ServeUntil(const std::function<bool()>& done)
 {
-    return QTest::qWaitFor(done, 20000);
+    return QTest::qWaitFor(done, 60000);
 }
 
 /// Keeps errors apart from plain lines.
@@ -37,6 +38,14 @@ protected:
 private:
     std::atomic<int> m_errors{0};
 };
+
+/// Serves what the view does by its timer of 10 ms: timers come in the order in which they are due.
+inline void ServeTimers()
+{
+    bool isOver = false;
+    QTimer::singleShot(20, Qt::PreciseTimer, qApp, [&isOver] { isOver = true; });
+    EXPECT_TRUE(ServeUntil([&] { return isOver; }));
+}
 
 /// What a host gives the library, for the length of one test.
 class CVision {

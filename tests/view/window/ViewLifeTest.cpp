@@ -61,6 +61,26 @@ TEST_F(ViewLife, WithoutAWindowNothingIsAttachedAndNothingBreaks)
     view.setParent(nullptr);
 }
 
+TEST_F(ViewLife, TheKeyboardIsInTheViewMadeLastThatCanBeSeen)
+{
+    QWidget window;
+    QWidget behind(&window); // as a tab behind another
+    behind.hide();
+    const auto make = [](QWidget& parent) {
+        auto* view = new CCameraView;
+        EXPECT_EQ(view->Create(L"view", {0, 0, 300, 200}, &parent, 0), 1);
+        return view;
+    };
+    CCameraView* const first = make(window);
+    make(behind);
+    ShowActive(window);
+    EXPECT_EQ(QApplication::focusWidget(), first);
+    CCameraView* const second = make(window);
+    EXPECT_EQ(QApplication::focusWidget(), second);
+    make(behind);
+    EXPECT_EQ(QApplication::focusWidget(), second);
+}
+
 TEST_F(ViewLife, TheBuiltInCameraMovesOnTheScreen)
 {
     CViewUnderTest view;
@@ -76,7 +96,7 @@ TEST_F(ViewLife, TheBuiltInCameraMovesOnTheScreen)
     cv::Mat image;
     EXPECT_EQ(view->GetImage(image), 1);
     EXPECT_EQ(image.size(), cv::Size(640, 480));
-    EXPECT_EQ(view->GetNewImage(image, 20000), 1);
+    EXPECT_EQ(view->GetNewImage(image, 60000), 1);
 }
 
 /// Four colours and none of them twice: a mirrored, turned or recoloured picture is seen.

@@ -2,8 +2,6 @@
 
 #include "tests/view/window/ViewHarness.h"
 
-#include <QTimer>
-
 namespace alidade {
 
 /// Looks an item up in a menu and those under it.

@@ -2,6 +2,7 @@
 
 #include <csignal>
 #include <sys/resource.h>
+#include <unistd.h>
 
 namespace alidade {
 namespace {
@@ -43,6 +44,38 @@ TEST(ViewSystem, AFullDiskFailsTheSaveKeepsTheFileAndLetsTheViewGoOn)
     EXPECT_TRUE(view.ShowGrey(camera, 80));
     EXPECT_EQ(view->SaveSettings(), 1);
     EXPECT_NE(vision.m_folder.Read("settings.ini"), whole);
+}
+
+/// While it lives this process gets no further handle.
+class CNoHandles {
+public:
+    CNoHandles()
+    {
+        ::getrlimit(RLIMIT_NOFILE, &m_limit);
+        const int lowestFree = ::dup(0);
+        ::close(lowestFree);
+        const rlimit taken = {static_cast<rlim_t>(lowestFree), m_limit.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &taken);
+    }
+    ~CNoHandles() { ::setrlimit(RLIMIT_NOFILE, &m_limit); }
+
+private:
+    rlimit m_limit{};
+};
+
+TEST(ViewSystem, WithoutAHandleLeftTheViewSaysThatNothingIsShown)
+{
+    CVision vision;
+    CViewUnderTest view;
+    {
+        const CNoHandles none;
+        view.Attach(new CHandDriver);
+    }
+    EXPECT_EQ(vision.m_log.Count("nothing is shown"), 1);
+    EXPECT_EQ(vision.m_log.CountErrors(), 1);
+    EXPECT_FALSE(view->GetDisplay()->IsRunning());
+    EXPECT_TRUE(view.ShowGrey(view.Attach(new CHandDriver), 80));
+    EXPECT_EQ(vision.m_log.CountErrors(), 1);
 }
 
 } // namespace

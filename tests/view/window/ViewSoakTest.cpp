@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <opencv2/core/utility.hpp>
 #include <unistd.h>
 
 namespace alidade {
@@ -34,14 +35,21 @@ bool WaitForThreads(const std::string& name, int count)
     return ServeUntil([&] { return CountThreads(name) == count; });
 }
 
-TEST(ViewSoak, TwoGrabbersInTurnLeaveOneDisplayThread)
+class ViewSoak : public ::testing::Test {
+protected:
+    /// Helper threads of OpenCV would have the name of the display thread that made them.
+    ViewSoak() { cv::setNumThreads(1); }
+};
+
+TEST_F(ViewSoak, TwoGrabbersInTurnLeaveOneDisplayThread)
 {
     CVision vision;
     CViewUnderTest view;
     EXPECT_EQ(CountThreads("display"), 0);
     for (int i = 0; i < 2; ++i) {
-        auto& camera = view.Attach(new CStreamDriver({Uniform({64, 48}, CV_8UC1, 10)}, 1ms));
-        ASSERT_TRUE(ServeUntil([&] { return camera.CountDelivered() > 2; }));
+        const std::uint64_t before = view->GetDisplay()->GetFrame().number;
+        view.Attach(new CStreamDriver({Uniform({64, 48}, CV_8UC1, 10)}, 1ms));
+        ASSERT_TRUE(ServeUntil([&] { return view->GetDisplay()->GetFrame().number > before + 2; }));
         EXPECT_TRUE(WaitForThreads("display", 1));
         EXPECT_TRUE(WaitForThreads("test camera", 1));
     }
@@ -50,7 +58,7 @@ TEST(ViewSoak, TwoGrabbersInTurnLeaveOneDisplayThread)
     EXPECT_TRUE(WaitForThreads("test camera", 0));
 }
 
-TEST(ViewSoak, NothingStaysOfCamerasThatCameAndWent)
+TEST_F(ViewSoak, NothingStaysOfCamerasThatCameAndWent)
 {
     CVision vision;
     CViewUnderTest view({200, 150});
@@ -63,7 +71,7 @@ TEST(ViewSoak, NothingStaysOfCamerasThatCameAndWent)
             const std::uint64_t before = view->GetDisplay()->GetFrame().number;
             ASSERT_TRUE(ServeUntil([&] { return view->GetDisplay()->GetFrame().number > before; }));
         } else {
-            const CDeadline deadline(20000);
+            const CDeadline deadline(60000);
             while (camera.CountDelivered() < static_cast<std::uint64_t>(number % 4) && !deadline.IsOver()) {
                 std::this_thread::yield();
             }

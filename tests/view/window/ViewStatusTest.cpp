@@ -4,7 +4,6 @@
 
 #include <QAbstractButton>
 #include <QCursor>
-#include <regex>
 
 namespace alidade {
 namespace {
@@ -14,12 +13,6 @@ constexpr QColor kYellow(255, 255, 0);
 
 class ViewStatus : public ::testing::Test {
 protected:
-    /// A rate, and not the text that is there before the first.
-    static bool IsRate(const CString& text)
-    {
-        return std::regex_match(text, std::wregex(L" *[0-9]+\\.[0-9] fps")) && text != L"00.0 fps";
-    }
-
     void SetStage(const StageValues& changes = {})
     {
         CProfileSection& stage = m_vision.m_profile.GetSection(L"StageSettings").GetSubSection(L"Cam1");
@@ -32,24 +25,31 @@ protected:
 
 TEST_F(ViewStatus, TheButtonTellsOfLostPausedAndReturningFrames)
 {
-    using namespace std::chrono_literals;
+    CManualTicks ticks;
     CViewUnderTest view;
-    auto& camera = view.Attach(new CStreamDriver({Uniform({64, 48}, CV_8UC1, 100)}, 10ms), "Cam1");
-    EXPECT_TRUE(ServeUntil([&] { return IsRate(view.FrameRate()); })) << ToNarrow(view.FrameRate());
+    auto& camera = view.Attach(new CHandDriver, "Cam1");
+    const auto hasRate = [&] {
+        for (int frame = 0; frame < 8; ++frame) {
+            ticks.Advance(100);
+            camera.Deliver(Uniform({64, 48}, CV_8UC1, 100));
+        }
+        return ServeUntil([&] { return view.FrameRate() == L"10.0 fps"; });
+    };
+    EXPECT_TRUE(hasRate()) << ToNarrow(view.FrameRate());
     const QColor face = view.ColourOf(MENU_BAR_FRAME_RATE);
     EXPECT_NE(face, kRed);
     EXPECT_NE(face, kYellow);
     EXPECT_EQ(m_vision.m_log.Lines(), std::vector<CStringA>{"UnFreezed - Cam1"});
+    EXPECT_TRUE(view.WaitForMiddle({100, 100, 100}));
 
-    camera.SetUnplugged(true);
+    ticks.Advance(500);
     EXPECT_TRUE(ServeUntil([&] { return view.FrameRate() == L"Freezed"; }));
     EXPECT_EQ(view.ColourOf(MENU_BAR_FRAME_RATE), kRed);
     EXPECT_EQ(m_vision.m_log.Count("Freezed - Cam1"), 2); // one of them of the UnFreezed line
     EXPECT_EQ(m_vision.m_log.CountErrors(), 1);
     EXPECT_TRUE(view.WaitForMiddle({100, 100, 100})); // the last picture stays
 
-    camera.SetUnplugged(false);
-    EXPECT_TRUE(ServeUntil([&] { return IsRate(view.FrameRate()); }));
+    EXPECT_TRUE(hasRate()) << ToNarrow(view.FrameRate());
     EXPECT_EQ(view.ColourOf(MENU_BAR_FRAME_RATE), face);
     EXPECT_EQ(m_vision.m_log.Count("UnFreezed - Cam1"), 2);
     EXPECT_EQ(m_vision.m_log.CountErrors(), 1);
@@ -66,7 +66,8 @@ TEST_F(ViewStatus, TheButtonTellsOfLostPausedAndReturningFrames)
     QTest::mouseClick(button, Qt::LeftButton);
     EXPECT_TRUE(view->GetFrameGrabber()->IsLive());
     EXPECT_EQ(camera.m_started, started + 1);
-    EXPECT_TRUE(ServeUntil([&] { return IsRate(view.FrameRate()); }));
+    EXPECT_EQ(view.FrameRate(), L"calc...");
+    EXPECT_TRUE(hasRate()) << ToNarrow(view.FrameRate());
     EXPECT_FALSE(button->isDown() || button->isChecked());
     EXPECT_EQ(view.ColourOf(MENU_BAR_FRAME_RATE), face);
 }
@@ -134,6 +135,24 @@ TEST_F(ViewStatus, TheLineFollowsMouseAndStage)
     // Off the picture the line tells where the stage is.
     QCursor::setPos(view->mapToGlobal(QPoint(-50, -50)));
     EXPECT_TRUE(ServeUntil([&] { return view.Status().starts_with(L"(   5.000,    6.000"); }))
+        << ToNarrow(view.Status());
+}
+
+TEST_F(ViewStatus, ThePixelIsTheOneThatIsDrawnUnderTheMouse)
+{
+    CPointedView view;
+    auto& camera = view.Attach(new CHandDriver);
+    cv::Mat frame(600, 798, CV_8UC1); // drawn 399 px wide, right of one px of ground; scaled to 400
+    for (int column = 0; column < frame.cols; ++column) {
+        frame.col(column).setTo(column / 2);
+    }
+    ASSERT_TRUE(view.Show(camera, frame, {198, 198, 198}));
+    for (const auto& [x, value] : {std::pair{3, L", 002)"}, {1, L", 000)"}}) {
+        view.PointAt(x, 150);
+        EXPECT_TRUE(ServeUntil([&] { return view.Status().ends_with(value); })) << ToNarrow(view.Status());
+    }
+    view.PointAt(0, 150); // no pixel: there is only the comma between X and Y
+    EXPECT_TRUE(ServeUntil([&] { return view.Status().find(L", ") == view.Status().rfind(L", "); }))
         << ToNarrow(view.Status());
 }
 

@@ -28,7 +28,7 @@ TEST(ViewUnprepared, SaysSoAndWorksOnWithoutBusAndSettings)
     EXPECT_EQ(box->text(), "IPClient IS NOT Initialized.\r\n\r\nCall InitVision() First.");
     box->close();
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return box.isNull(); }, 20000));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return box.isNull(); }, 60000));
 
     ASSERT_EQ(view->Create(L"", {0, 0, 320, 240}, &window, 0), 1);
     window.show();
@@ -42,7 +42,7 @@ TEST(ViewUnprepared, SaysSoAndWorksOnWithoutBusAndSettings)
             driver->Deliver(cv::Mat(48, 64, CV_8UC1, cv::Scalar(77)));
             return view->grab().toImage().pixelColor(160, 140) == QColor(77, 77, 77);
         },
-        20000));
+        60000));
     EXPECT_EQ(view->LoadSettings(0), 0);
     EXPECT_EQ(view->LoadSettings(1), 0);
     EXPECT_EQ(view->SaveSettings(), 0);
