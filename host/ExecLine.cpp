@@ -51,7 +51,7 @@ int RunExecLines(CIPClient& client, const std::vector<T_EXEC_LINE>& lines, CEven
     int failed = 0;
     for (const T_EXEC_LINE& line : lines) {
         if (stop.Wait(0)) {
-            return 1;
+            break; // those that failed before count all the same
         }
         CStringA json;
         failed += RunExecLine(client, line, kCommandTimeout, json) ? 0 : 1;

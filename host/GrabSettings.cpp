@@ -1,6 +1,7 @@
 #include "host/GrabSettings.h"
 
 #include "acquisition/FrameGrabber.h"
+#include "acquisition/GrabberSettings.h"
 #include "foundation/config/Profile.h"
 
 namespace alidade {
@@ -55,20 +56,21 @@ int CheckSettingKeys(const T_HOST_OPTIONS& options, T_HOST_FAILURE& failure)
 {
     TList<CMFCPropertyGridProperty, int, int> properties;
     CFrameGrabber::GetFrameGrabberProperties(options.strGrabber.c_str(), properties);
+    AppendProperties(GetGrabberSettingTable(), properties);
     for (const auto& [key, value] : options.settings) {
         const CString prefix = PrefixOf(key);
-        bool ours = false;
         bool known = false;
-        CString keys;
+        CString others; // that begin alike
         for (const CMFCPropertyGridProperty* property : properties) {
-            ours = ours || (!prefix.empty() && PrefixOf(property->GetName()) == prefix);
             known = known || property->GetName() == key;
-            keys += (keys.empty() ? L"" : L", ") + property->GetName();
+            if (!prefix.empty() && PrefixOf(property->GetName()) == prefix) {
+                others += (others.empty() ? L"" : L", ") + property->GetName();
+            }
         }
-        if (ours && !known) {
+        if (!known && !others.empty()) {
             return Refuse(failure, kExitUsage,
                           Format(L"%s has no setting %s; it has %s", options.strGrabber.c_str(), key.c_str(),
-                                 keys.c_str()));
+                                 others.c_str()));
         }
     }
     return 1;

@@ -13,8 +13,8 @@ class CSimpleLog;
 int BuildGrabSettings(const T_HOST_OPTIONS& options, CSimpleLog* log, CProfileSection& settings,
                       T_HOST_FAILURE& failure);
 
-/// Refuses a --set key that begins like the driver's own ("Replay.") but is none of them: a slip of the pen.
-/// The driver must be known.
+/// Refuses a --set key that begins like the driver's own ("Replay.") or the grabber's ("Image.") but is none
+/// of them: a slip of the pen. The driver must be known.
 int CheckSettingKeys(const T_HOST_OPTIONS& options, T_HOST_FAILURE& failure);
 
 } // namespace alidade

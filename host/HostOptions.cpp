@@ -1,6 +1,6 @@
 #include "host/HostOptions.h"
 
-#include <CLI/CLI.hpp>
+#include "host/CommandLine.h"
 
 #include <charconv>
 #include <cmath>
@@ -340,16 +340,8 @@ int ParseHostOptions(int argc, const char* const* argv, T_HOST_OPTIONS& options,
     CLI::App app("Shows cameras, serves them on the command bus, or records from one to files.",
                  "alidade-host");
     DefineOptions(app, words);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        text = app.help();
-        return 1;
-    } catch (const CLI::CallForVersion& version) {
-        text = std::string(version.what()) + "\n";
-        return 1;
-    } catch (const CLI::ParseError& error) {
-        return Refuse(failure, kExitUsage, ToWide(error.what()) + L" (see --help)");
+    if (const std::optional<int> result = ParseWords(app, argc, argv, "", text, failure)) {
+        return *result;
     }
     return Understand(app, words, options, failure);
 }
@@ -359,13 +351,7 @@ std::vector<CStringA> GetHostOptionNames()
     T_WORDS words;
     CLI::App app;
     DefineOptions(app, words);
-    std::vector<CStringA> names;
-    for (const CLI::Option* option : app.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-            names.push_back("--" + name);
-        }
-    }
-    return names;
+    return ListOptionNames(app);
 }
 
 } // namespace alidade

@@ -12,13 +12,14 @@
 namespace alidade {
 namespace {
 
-/// Shuts the client down when the user has enough, so that a command that is waited for does not hold the
-/// host.
+/// Shuts the client down when the user has enough or the time is over, so that a command that is waited for
+/// does not hold the host.
 class CShutdownOnStop {
 public:
-    CShutdownOnStop(CIPClient& client, CEvent& stop)
-        : m_thread([this, &client, &stop] {
-              if (CEvent::WaitForAny({&m_evtDone, &stop}, INFINITE) == 1) {
+    CShutdownOnStop(CIPClient& client, CEvent& stop, const CDeadline& end)
+        : m_thread([this, &client, &stop, end] {
+              if (CEvent::WaitForAny({&m_evtDone, &stop}, end.Remaining()) != 0) {
+                  stop.SetEvent(); // what follows is not begun either
                   client.Shutdown();
               }
           })
@@ -50,6 +51,13 @@ public:
     }
     CLiveCamera(const CLiveCamera&) = delete;
     CLiveCamera& operator=(const CLiveCamera&) = delete;
+
+    /// Waits a second for a frame that is delivered from now on. 0 when none comes.
+    int WaitForFrame()
+    {
+        cv::Mat image;
+        return m_grabber ? m_grabber->GetNewImage(image, 1000) : 0;
+    }
 
     int Start(CIPClient& client, T_HOST_FAILURE& failure)
     {
@@ -114,7 +122,8 @@ int CServeJob::Serve(T_HOST_FAILURE& failure)
     if (!camera.Start(m_client, failure)) {
         return 0;
     }
-    const int ok = RunCommands(failure);
+    const int ok = RunCommands(
+        end, [&] { return camera.WaitForFrame(); }, failure);
     const bool stays =
         m_options.dwQuitAfter != INFINITE || (m_options.exec.empty() && m_options.strDemo.empty());
     if (stays) {
@@ -123,14 +132,15 @@ int CServeJob::Serve(T_HOST_FAILURE& failure)
     return ok;
 }
 
-int CServeJob::RunCommands(T_HOST_FAILURE& failure)
+int CServeJob::RunCommands(const CDeadline& end, const std::function<int()>& waitForFrame,
+                           T_HOST_FAILURE& failure)
 {
     CIPClient sender(nullptr, &m_log, m_client.GetTask().c_str(), m_client.GetBus());
-    CShutdownOnStop shutdown(sender, m_stop);
+    CShutdownOnStop shutdown(sender, m_stop, end);
     const int ok = RunExecLines(sender, m_options.exec, m_stop, failure);
     CString error;
     if (!m_options.strDemo.empty() && !m_stop.Wait(0) &&
-        !RunStageDemo(sender, m_options.strUnit->c_str(), m_options.strDemo, m_stop, error)) {
+        !RunStageDemo(sender, m_options.strUnit->c_str(), waitForFrame, m_options.strDemo, m_stop, error)) {
         return Refuse(failure, kExitFailed, error);
     }
     return ok;

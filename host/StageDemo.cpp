@@ -19,6 +19,8 @@ constexpr int kCaption = 28;
 constexpr DWORD kTimeout = 60000;
 // From the end of a move until a picture shows it: exposure, delay and delivery of what the camera then sees.
 constexpr DWORD kCameraTime = 250;
+// Of a camera that was held up in that time: frames that may still show where the stage was, and one more.
+constexpr int kCameraFrames = 3;
 
 const cv::Scalar kPaper(32, 32, 32);
 const cv::Scalar kInk(230, 230, 230);
@@ -89,7 +91,8 @@ bool WriteSheet(const std::vector<cv::Mat>& cells, const CString& file, CString&
 
 } // namespace
 
-int RunStageDemo(CIPClient& client, const char* unit, const CString& file, CEvent& stop, CString& error)
+int RunStageDemo(CIPClient& client, const char* unit, const std::function<int()>& waitForFrame,
+                 const CString& file, CEvent& stop, CString& error)
 {
     std::vector<cv::Mat> cells(static_cast<std::size_t>(kColumns * kRows));
     for (int i = 0; i < kColumns * kRows; ++i) {
@@ -105,6 +108,8 @@ int RunStageDemo(CIPClient& client, const char* unit, const CString& file, CEven
         if (stop.Wait(kCameraTime)) {
             error = L"interrupted";
             return 0;
+        }
+        for (int frame = 0; frame < kCameraFrames && waitForFrame() != 0; ++frame) {
         }
         if (!Grab(client, unit, image, error)) {
             return 0;

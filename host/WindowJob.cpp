@@ -2,12 +2,15 @@
 
 #include "foundation/bus/IPBus.h"
 #include "host/CameraUnit.h"
+#include "host/Display.h"
 #include "host/DriverCall.h"
 #include "host/HostLayout.h"
 #include "host/HostWindow.h"
 #include "host/OutputCheck.h"
 #include "host/WindowLoop.h"
 #include "host/machine/MachineSimulator.h"
+
+#include <QCursor>
 
 namespace alidade {
 namespace {
@@ -122,6 +125,9 @@ int CWindowJob::ShowViews(CWindowLoop& loop, CHostWindow& window, T_HOST_FAILURE
                     return view->GetImage(image, true, waitMs);
                 }));
         }
+    }
+    if (IsDisplayInMemory()) {
+        QCursor::setPos(-1, -1); // a mouse that is not there points at nothing
     }
     window.show();
     return loop.Run(window, failure);

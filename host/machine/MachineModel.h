@@ -74,8 +74,7 @@ public:
     /// Starts all of the moves or, when one of them cannot be, none.
     /// @param moves  one for each request
     /// @return 1; 0 with `error` set and nothing changed for a target outside of the limits, a speed above
-    /// the
-    ///         highest, or an axis at its limit switch
+    ///         the highest, or an axis at its limit switch
     int StartMoves(const std::vector<T_MOVE_REQUEST>& requests, std::vector<CMachineMove>& moves,
                    CString& error);
     /// Brakes the move's axes unless it has ended, and fails it for that reason.

@@ -1,8 +1,7 @@
 #include "host/machine/MachineOptions.h"
 
 #include "foundation/config/Profile.h"
-
-#include <CLI/CLI.hpp>
+#include "host/CommandLine.h"
 
 #include <cmath>
 
@@ -39,23 +38,33 @@ constexpr T_SHORT_OPTION kShort[] = {
     {"--cycle", L"Cycle", &T_WORDS::cycle, "MS", "Time between two positions"},
 };
 
+/// An empty word is a variable that a script forgot to set, not a wish for the default.
+std::string RefuseEmpty(const std::string& word)
+{
+    return word.empty() ? "an empty text is no value" : "";
+}
+
 void DefineOptions(CLI::App& app, T_WORDS& words)
 {
     app.set_version_flag("--version", "alidade-machine " ALIDADE_VERSION);
     app.add_option("--bus", words.bus, "Bus to join: local:NAME, nats://... or tls://...")
-        ->type_name("ADDRESS");
+        ->type_name("ADDRESS")
+        ->check(RefuseEmpty);
     app.add_option("--config", words.config, "Settings file whose section Machine is read")
-        ->type_name("FILE");
+        ->type_name("FILE")
+        ->check(RefuseEmpty);
     app.add_option("--set", words.settings, "A setting of the list below; may be given many times")
         ->type_name("KEY=VALUE")
         ->allow_extra_args(false);
     for (const T_SHORT_OPTION& option : kShort) {
-        app.add_option(option.option, words.*option.word, option.description)->type_name(option.unit);
+        app.add_option(option.option, words.*option.word, option.description)
+            ->type_name(option.unit)
+            ->check(RefuseEmpty);
     }
     app.add_option("--quit-after", words.quitAfter, "Stop after this time (until Ctrl-C)")
         ->type_name("SECONDS")
         ->check(CLI::Range(0.0, 4e6).description(""));
-    app.add_option("--log", words.log, "Log file to append to")->type_name("FILE");
+    app.add_option("--log", words.log, "Log file to append to")->type_name("FILE")->check(RefuseEmpty);
 }
 
 CStringA DescribeSettings()
@@ -92,6 +101,9 @@ int Understand(const T_WORDS& words, T_MACHINE_OPTIONS& options, T_HOST_FAILURE&
     T_MACHINE_OPTIONS read;
     read.strBus = words.bus;
     read.strLog = ToWide(words.log);
+    if (std::isnan(words.quitAfter)) { // which lies in every range
+        return Refuse(failure, kExitUsage, L"--quit-after takes a number of seconds");
+    }
     if (words.quitAfter >= 0) {
         read.dwQuitAfter = static_cast<DWORD>(words.quitAfter * 1000);
     }
@@ -132,16 +144,8 @@ int ParseMachineOptions(int argc, const char* const* argv, T_MACHINE_OPTIONS& op
     CLI::App app("A machine to talk to: publishes its positions and obeys motion commands on the bus.",
                  "alidade-machine");
     DefineOptions(app, words);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        text = app.help() + DescribeSettings();
-        return 1;
-    } catch (const CLI::CallForVersion& version) {
-        text = std::string(version.what()) + "\n";
-        return 1;
-    } catch (const CLI::ParseError& error) {
-        return Refuse(failure, kExitUsage, ToWide(error.what()) + L" (see --help)");
+    if (const std::optional<int> result = ParseWords(app, argc, argv, DescribeSettings(), text, failure)) {
+        return *result;
     }
     return Understand(words, options, failure);
 }
@@ -151,13 +155,7 @@ std::vector<CStringA> GetMachineOptionNames()
     T_WORDS words;
     CLI::App app;
     DefineOptions(app, words);
-    std::vector<CStringA> names;
-    for (const CLI::Option* option : app.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-            names.push_back("--" + name);
-        }
-    }
-    return names;
+    return ListOptionNames(app);
 }
 
 } // namespace alidade

@@ -16,12 +16,15 @@
 namespace alidade {
 
 /// alidade-host as a process of its own, with what it prints kept apart. It never outlives the object. It has
-/// no display, and a user's settings of its own.
+/// no display, a user's settings of its own, and patience with a busy machine unless the test says otherwise.
 class CHostProcess {
 public:
     /// @param environment  further variables, as "NAME=value"
     explicit CHostProcess(std::vector<std::string> arguments, std::vector<std::string> environment = {})
     {
+        if (std::find(arguments.begin(), arguments.end(), "--timeout") == arguments.end()) {
+            arguments.insert(arguments.begin(), {"--timeout", "60"});
+        }
         arguments.insert(arguments.begin(), ALIDADE_HOST);
         std::vector<char*> argv;
         for (std::string& argument : arguments) {
@@ -58,10 +61,10 @@ public:
     CHostProcess(const CHostProcess&) = delete;
     CHostProcess& operator=(const CHostProcess&) = delete;
 
-    /// The exit status; -1 when a signal ended it, -2 when it had to be killed after a minute.
+    /// The exit status; -1 when a signal ended it, -2 when it has not ended within three minutes.
     int Wait()
     {
-        const CDeadline deadline(60000);
+        const CDeadline deadline(180000);
         int status = 0;
         while (::waitpid(m_process, &status, WNOHANG) == 0) {
             if (deadline.IsOver()) {
@@ -87,6 +90,21 @@ public:
 private:
     CTempFolder m_folder;
     pid_t m_process = 0;
+};
+
+/// A folder of one of the drivers that are wrong in some way: loading them all takes a busy machine longer
+/// than the time-outs that are waited out.
+class CWrongDriver {
+public:
+    explicit CWrongDriver(const std::string& name)
+    {
+        const std::string file = "FG." + name + ".zbr.64R.dll";
+        std::filesystem::copy_file(std::filesystem::path(ALIDADE_WRONG_DRIVER_DIR) / file, m_folder / file);
+    }
+    std::string Folder() const { return m_folder.Path().string(); }
+
+private:
+    CTempFolder m_folder;
 };
 
 /// The names of the files in a folder, sorted.

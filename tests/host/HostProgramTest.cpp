@@ -2,6 +2,8 @@
 
 #include "HostProcess.h"
 
+#include "tests/support/WaitUntil.h"
+
 #include <gtest/gtest.h>
 #include <opencv2/imgcodecs.hpp>
 
@@ -137,10 +139,7 @@ TEST_F(HostProgram, AnInterruptEndsItWithWhatItHas)
 {
     CHostProcess host({"--grabber", "Dummy", "--set", "Dummy.resolution=320x200", "--set",
                        "Dummy.FrameRate=100", "--save", Pattern(), "--report", ReportFile()});
-    const CDeadline deadline(30000);
-    while (!std::filesystem::exists(m_folder / "out/0003.png") && !deadline.IsOver()) {
-        Sleep(2);
-    }
+    ASSERT_TRUE(WaitUntil([&] { return std::filesystem::exists(m_folder / "out/0003.png"); }));
     EXPECT_FALSE(std::filesystem::exists(ReportFile()));
     host.Interrupt();
     EXPECT_EQ(host.Wait(), 0) << host.Errors();

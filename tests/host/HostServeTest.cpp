@@ -52,6 +52,16 @@ TEST_F(HostServe, RunsCommandsInOrderAndPrintsALineEach)
     EXPECT_NE(host.Errors().find("2 of 5 commands failed"), std::string::npos) << host.Errors();
 }
 
+TEST_F(HostServe, TheTimeEndsTheCommandThatIsUnderWayAndBeginsNoOther)
+{
+    CHostProcess host({"--machine", "simulated", "--quit-after", "0.5", "--exec",
+                       "\"\" Stage StageMovePos TargetX=300 Speed=0.1", "--exec", "\"\" Stage GetPosition"});
+    const int status = host.Wait(); // long before the move's 50 minutes
+    const std::vector<json> lines = Lines(host.Output());
+    EXPECT_EQ(status, lines.empty() ? 0 : 1); // on a slow machine the time is over before the first has begun
+    EXPECT_LE(lines.size(), 1u);
+}
+
 TEST_F(HostServe, WhatMakesNoSenseIsRefusedBeforeAnythingStarts)
 {
     const std::vector<std::vector<std::string>> rows = {
@@ -79,15 +89,15 @@ TEST_F(HostServe, HostsCommandEachOtherAcrossTheBus)
     const std::string bus = "local:" + m_name;
     CHostProcess camera({"--bus", bus, "--machine", "simulated", "--grabber", "Scene", "--set",
                          "Scene.Width=320", "--set", "Scene.Height=240", "--unit", "Camera1", "--quit-after",
-                         "60"});
+                         "600"});
     // The other host may come before the first has opened its camera.
     json line;
-    const CDeadline deadline(60000);
+    const CDeadline deadline(120000);
     do {
         CHostProcess host({"--bus", bus, "--exec", "Camera1 Image Grab"});
         host.Wait();
         const std::vector<json> lines = Lines(host.Output());
-        line = lines.empty() ? json() : lines[0];
+        line = lines.empty() ? json::object() : lines[0]; // none while the two meet on the bus
     } while (line.value("ok", false) == false && !deadline.IsOver());
     EXPECT_EQ(line["ok"], true) << line;
     EXPECT_EQ(line["result"]["Image"]["cols"], 320);

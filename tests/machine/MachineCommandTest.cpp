@@ -212,14 +212,14 @@ TEST(MachineCommand, AnAbortedMoveBrakesItsAxes)
     ASSERT_EQ(machine.Start(error), 1) << ToNarrow(error);
     CIPClient client(nullptr, nullptr, "Sequence", std::make_shared<CIPBus>());
     CAbortableStage stage(client, machine);
-    ASSERT_EQ(
-        client.PostIPCommand(nullptr, nullptr, "Stage", "StageMovePos", Make({{"TargetX", 200.0}, {"Speed", 10.0}}), nullptr),
-        1);
+    ASSERT_EQ(client.PostIPCommand(nullptr, nullptr, "Stage", "StageMovePos",
+                                   Make({{"TargetX", 200.0}, {"Speed", 10.0}}), nullptr),
+              1);
     ASSERT_TRUE(WaitUntil([&] { return stage.CountBegun() == 1; }));
     ticks.Advance(500);
     machine.Update();
     EXPECT_EQ(stage.ResumeIPStepCommandByName("Stage", "StageMovePos", IP_CONTINUE_ESCAPE, 0), 1);
-    // The abort comes on the bus's thread, which the clock must not outrun.
+    // The abort comes with the command's next step, on the bus's thread, which the clock must not outrun.
     EXPECT_TRUE(WaitUntil([&] {
         ticks.Advance(1);
         std::this_thread::sleep_for(std::chrono::milliseconds(1));

@@ -73,6 +73,10 @@ TEST(MachineOptions, WhatIsWrongIsSaidByName)
         {{"--set", "StartZ=30"}, "the start of Z, 30 mm, lies outside of its limits -20 to 20"},
         {{"--set", "StageSpeed=600"}, "the speed of X, 600 mm/s, is above its highest, 500"},
         {{"--quit-after", "-1"}, "--quit-after"},
+        {{"--quit-after", "nan"}, "--quit-after takes a number"},
+        {{"--noise", ""}, "--noise: an empty text"},
+        {{"--config", ""}, "--config: an empty text"},
+        {{"--bus", ""}, "--bus: an empty text"},
         {{"--frobnicate"}, "--frobnicate"},
     };
     for (const auto& c : cases) {
