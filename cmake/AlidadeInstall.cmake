@@ -10,6 +10,15 @@ install(TARGETS alidade-foundation alidade alidade-driver-sdk EXPORT AlidadeLibr
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 
+# The library looks for plug-ins beside itself, the programs beside themselves. Where the two lie apart, a link makes
+# both find the same ones.
+if(NOT WIN32)
+  file(RELATIVE_PATH plugins ${CMAKE_INSTALL_FULL_LIBDIR} ${CMAKE_INSTALL_FULL_BINDIR}/FG)
+  file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/links)
+  file(CREATE_LINK ${plugins} ${CMAKE_BINARY_DIR}/links/FG SYMBOLIC)
+  install(FILES ${CMAKE_BINARY_DIR}/links/FG DESTINATION ${CMAKE_INSTALL_LIBDIR})
+endif()
+
 # A header is included by the same path from the sources and when installed. Those left out are the libraries' own.
 install(DIRECTORY foundation acquisition widgets stage layout view DESTINATION ${header_dir}
   FILES_MATCHING PATTERN "*.h"
@@ -19,6 +28,7 @@ install(DIRECTORY foundation acquisition widgets stage layout view DESTINATION $
   REGEX "/bus/data/(Block|Mirror).*\\.h$" EXCLUDE
   REGEX "/bus/wire/(RawBlock|NumberText)\\.h$" EXCLUDE
   REGEX "/bus/transport/(Local|Nats|Peer|Request|TransportCore|TransportMessage).*\\.h$" EXCLUDE
+  PATTERN "SerialLine.h" EXCLUDE
   PATTERN "LastError.h" EXCLUDE
   PATTERN "StageCommand.h" EXCLUDE
   PATTERN "LayoutWalk.h" EXCLUDE

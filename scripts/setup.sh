@@ -6,17 +6,18 @@ build=(g++ cmake ninja-build ccache pkg-config)
 libraries=(libopencv-dev libaravis-dev libusb-1.0-0-dev libserialport-dev libspdlog-dev libfmt-dev
   libsimpleini-dev nlohmann-json3-dev libcli11-dev qt6-base-dev libboost-dev libnats-dev)
 tests=(libgtest-dev googletest aravis-tools nats-server)
-analysis=(clang libclang-rt-14-dev)                            # the short fuzz
-fonts=(fonts-nanum)                                           # Korean texts of the settings dialogs
+analysis=(clang libclang-rt-dev)                               # the short fuzz
+fonts=(fonts-nanum)                                            # Korean texts of the settings dialogs
 windows=(g++-mingw-w64-x86-64-posix wine64)                    # scripts/test-windows.sh
+all=("${build[@]}" "${libraries[@]}" "${tests[@]}" "${analysis[@]}" "${fonts[@]}" "${windows[@]}")
 
 if ! command -v apt-get >/dev/null; then
-  echo "setup: this machine has no apt-get; install by hand: ${build[*]} ${libraries[*]} ${tests[*]}" >&2
+  echo "setup: this machine has no apt-get; install by hand: ${all[*]}" >&2
   exit 1
 fi
 
 missing=()
-for package in "${build[@]}" "${libraries[@]}" "${tests[@]}" "${fonts[@]}" "${analysis[@]}" "${windows[@]}"; do
+for package in "${all[@]}"; do
   if [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" != installed ]; then
     missing+=("$package")
   fi
@@ -29,8 +30,12 @@ fi
 echo "setup: installing ${missing[*]}"
 become=()
 if [ "$(id -u)" -ne 0 ]; then
+  if ! command -v sudo >/dev/null; then
+    echo "setup: there is no sudo; run this as root: apt-get install ${missing[*]}" >&2
+    exit 1
+  fi
   become=(sudo)
 fi
-export DEBIAN_FRONTEND=noninteractive
-"${become[@]}" apt-get update -qq
-"${become[@]}" apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+apt=("${become[@]}" env DEBIAN_FRONTEND=noninteractive apt-get) # sudo passes no environment on
+"${apt[@]}" update -qq
+"${apt[@]}" install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -33,4 +33,4 @@ run("Check the driver" ${prefix}/${BINDIR}/alidade-driver-check
 run("Install the driver" ${CMAKE_COMMAND} --install ${WORK_DIR}/driver --prefix ${prefix})
 
 build(${CMAKE_CURRENT_LIST_DIR}/host host)
-run("Run the host" ${WORK_DIR}/host/package-host ${prefix}/${BINDIR}/FG)
+run("Run the host" ${WORK_DIR}/host/package-host)

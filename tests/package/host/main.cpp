@@ -6,13 +6,10 @@
 
 #include <cstdio>
 
-int main(int argc, char* argv[])
+int main()
 {
     using namespace alidade;
-    if (argc != 2) {
-        return 2;
-    }
-    InitVision(nullptr, nullptr, nullptr, ToWide(argv[1]).c_str());
+    InitVision(nullptr, nullptr, nullptr, nullptr); // the plug-ins that lie with the library
     int taken = 0;
     {
         CProfileSection settings;
