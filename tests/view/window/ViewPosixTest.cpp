@@ -46,6 +46,7 @@ TEST(ViewSystem, AFullDiskFailsTheSaveKeepsTheFileAndLetsTheViewGoOn)
     EXPECT_NE(vision.m_folder.Read("settings.ini"), whole);
 }
 
+#if !defined(__SANITIZE_ADDRESS__) // whose companion needs handles of its own to look at a pointer
 /// While it lives this process gets no further handle.
 class CNoHandles {
 public:
@@ -77,6 +78,7 @@ TEST(ViewSystem, WithoutAHandleLeftTheViewSaysThatNothingIsShown)
     EXPECT_TRUE(view.ShowGrey(view.Attach(new CHandDriver), 80));
     EXPECT_EQ(vision.m_log.CountErrors(), 1);
 }
+#endif
 
 } // namespace
 } // namespace alidade
