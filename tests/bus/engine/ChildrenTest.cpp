@@ -128,17 +128,7 @@ TEST(BusChildren, AChildThatOutlastsItsTimeCountsAsFailedAndGoesOn)
         return command.GetStep() == 0 ? receiver.SendIPStepCommand("Test", "Child", 1000)
                                       : command.IsChildOK();
     });
-    CIPVariable out;
-    int ok = -1;
-    std::atomic<bool> done{false};
-    std::thread sender([&] {
-        ok = test.Send("Run", out, INFINITE);
-        done = true;
-    });
-    EXPECT_TRUE(started.Wait(INFINITE));
-    EXPECT_TRUE(WaitUntil([&] { return ticks.Advance(100), done.load(); }));
-    sender.join();
-    EXPECT_EQ(ok, 0);
+    EXPECT_EQ(test.SendWhileTimePasses("Run", started, ticks), 0);
     EXPECT_EQ(test.client.IsValidCmd(child), 1);
     EXPECT_EQ(test.client.ContinueIPStepCommand(child, 0, 0, nullptr), 1);
     EXPECT_TRUE(WaitUntil([&] { return test.client.IsValidCmd(child) == 0; }));

@@ -6,7 +6,9 @@
 #include "foundation/platform/Ticks.h"
 #include "tests/support/WaitUntil.h"
 
+#include <atomic>
 #include <functional>
+#include <gtest/gtest.h>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -72,6 +74,21 @@ struct T_TEST_BUS {
     int Send(const char* name, CIPVariable& out, DWORD timeout = 60000, const char* unit = "Camera1")
     {
         return client.SendIPCommand(nullptr, unit, "Test", name, CIPVariable(), out, timeout, nullptr);
+    }
+    /// Sends from another thread and, once the handler has set `begun`, lets time pass until that is done.
+    int SendWhileTimePasses(const char* name, CEvent& begun, CManualTicks& ticks)
+    {
+        int ok = -1;
+        std::atomic<bool> done{false};
+        std::thread sender([&] {
+            CIPVariable out;
+            ok = Send(name, out, INFINITE);
+            done = true;
+        });
+        EXPECT_TRUE(begun.Wait(INFINITE));
+        EXPECT_TRUE(WaitUntil([&] { return ticks.Advance(100), done.load(); }));
+        sender.join();
+        return ok;
     }
     int Post(const char* name, const char* unit = "Camera1")
     {

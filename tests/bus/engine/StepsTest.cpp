@@ -149,17 +149,7 @@ TEST(BusSteps, APauseWithALimitGoesOnByItself)
         paused.SetEvent();
         return command.PauseStep(1000, 3, nullptr, nullptr);
     });
-    CIPVariable out;
-    int ok = -1;
-    std::atomic<bool> done{false};
-    std::thread sender([&] {
-        ok = test.Send("Run", out, INFINITE);
-        done = true;
-    });
-    EXPECT_TRUE(paused.Wait(INFINITE));
-    EXPECT_TRUE(WaitUntil([&] { return ticks.Advance(100), done.load(); }));
-    sender.join();
-    EXPECT_EQ(ok, 1);
+    EXPECT_EQ(test.SendWhileTimePasses("Run", paused, ticks), 1);
 }
 
 TEST(BusSteps, StopByNameFailsTheNextStep)
